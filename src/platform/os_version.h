@@ -1,0 +1,34 @@
+// The running system's version, shaped after GetVersionExA. On this platform the version is a
+// setting of the host: a preset name or a raw P.MAJOR.MINOR[:CSD text].
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/win32.h"
+
+namespace tov::platform {
+
+struct OsVersion {
+  DWORD platformId = VER_PLATFORM_WIN32_NT;
+  DWORD major = 5;
+  DWORD minor = 1;
+  DWORD build = 2600;
+  std::string csd = "Service Pack 2";
+};
+
+// Fills the record from the installed version. Fails (FALSE, error 87) when the size field is
+// not that of OSVERSIONINFOA. A failure source installed by tests makes it fail with error 1.
+BOOL GetVersionExA(OSVERSIONINFOA* info);
+
+// Presets: 9x, nt4, 2000, xp, xp-sp2, xp-sp3, vista; or "P.MAJOR.MINOR[:CSD text]".
+std::optional<OsVersion> parseOsVersion(std::string_view text);
+// The preset names, for help texts.
+std::string_view osPresetNames();
+
+void setOsVersion(const OsVersion& v);   // process-wide
+void setOsVersionUnavailable(bool failing);  // GetVersionExA fails while set (for tests)
+OsVersion currentOsVersion();
+
+}  // namespace tov::platform
