@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,10 @@
 #include "platform/win32.h"
 
 namespace tov::platform {
+
+// Status codes of the reg calls beyond those in win32.h.
+inline constexpr DWORD ERROR_BAD_PATHNAME = 161;  // a subkey path starting with a backslash
+inline constexpr DWORD ERROR_KEY_DELETED = 1018;  // the key behind an open handle was deleted
 
 // Read calls (status codes as Win32: 0 success, 2 not found, 6 invalid handle, 234 more data,
 // 259 no more items). Names are ANSI (Windows-1252) and matched without regard to case.
@@ -44,7 +49,9 @@ class Registry {
   Registry& operator=(const Registry&) = delete;
 
   // Paths are full, root name first: "HKEY_LOCAL_MACHINE\Hardware\DeviceMap\SerialComm"
-  // (HKLM, HKCU, HKCR, HKU, HKCC short forms accepted). Creating a key creates its parents.
+  // (HKLM, HKCU, HKCR, HKU, HKCC short forms accepted). Creating a key creates its parents, and so
+  // does setting a value. A path that splitRegistryPath rejects throws std::invalid_argument, as
+  // does deleting a root.
   void createKey(std::string_view path);
   void deleteKey(std::string_view path);  // with all subkeys; a missing key is no error
   void setValue(std::string_view keyPath, std::string_view name, DWORD type, std::vector<BYTE> data);
@@ -62,6 +69,20 @@ class Registry {
   friend struct RegistryAccess;
   std::unique_ptr<Impl> impl_;
 };
+
+// Keys lie at most this many levels below their root, as in the system's hives.
+inline constexpr std::size_t kMaxKeyDepth = 512;
+
+// A full path split into its root and key names: "HKLM\Software\X" gives HKEY_LOCAL_MACHINE and
+// {"Software", "X"}. Root names are matched case-blind, in full or short form. Empty when the
+// root is unknown, a key name is empty (doubled or trailing backslash) or the path is too deep.
+struct RegistryPath {
+  HKEY root = 0;
+  std::vector<std::string_view> names;  // views into the text given
+};
+std::optional<RegistryPath> splitRegistryPath(std::string_view path);
+// The full name of a predefined root ("HKEY_LOCAL_MACHINE"), empty for any other handle.
+std::string_view rootKeyName(HKEY root);
 
 // The process's registry (an empty one unless a host installs another).
 Registry& registry();
