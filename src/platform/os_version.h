@@ -22,13 +22,26 @@ struct OsVersion {
 // not that of OSVERSIONINFOA. A failure source installed by tests makes it fail with error 1.
 BOOL GetVersionExA(OSVERSIONINFOA* info);
 
-// Presets: 9x, nt4, 2000, xp, xp-sp2, xp-sp3, vista; or "P.MAJOR.MINOR[:CSD text]".
+// Presets: 9x, nt4, 2000, xp, xp-sp2, xp-sp3, vista (any case); or "P.MAJOR.MINOR[:CSD text]"
+// with decimal numbers, build 0 and at most 127 characters of service-pack text.
 std::optional<OsVersion> parseOsVersion(std::string_view text);
 // The preset names, for help texts.
 std::string_view osPresetNames();
 
-void setOsVersion(const OsVersion& v);   // process-wide
+void setOsVersion(const OsVersion& v);       // process-wide
 void setOsVersionUnavailable(bool failing);  // GetVersionExA fails while set (for tests)
 OsVersion currentOsVersion();
+
+// Installs a version for its lifetime and then puts the previous one back.
+class ScopedOsVersion {
+ public:
+  explicit ScopedOsVersion(const OsVersion& v);
+  ~ScopedOsVersion();
+  ScopedOsVersion(const ScopedOsVersion&) = delete;
+  ScopedOsVersion& operator=(const ScopedOsVersion&) = delete;
+
+ private:
+  OsVersion previous_;
+};
 
 }  // namespace tov::platform

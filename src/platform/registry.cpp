@@ -222,8 +222,7 @@ LSTATUS RegDeleteValueA(HKEY key, const char* valueName) {
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
   if (const DWORD st = s.find(key, node); st != ERROR_SUCCESS) return st;
-  return (*node)->removeValue(valueName != nullptr ? valueName : "") ? ERROR_SUCCESS
-                                                                              : ERROR_FILE_NOT_FOUND;
+  return (*node)->removeValue(valueName != nullptr ? valueName : "") ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
 }
 
 }  // namespace tov::platform

@@ -60,10 +60,12 @@ void appendValue(std::string& out, const RegValueEntry& value) {
   }
   out += '=';
   if (isPlainText(value)) {
-    appendQuoted(out, std::string_view(reinterpret_cast<const char*>(value.data.data()), value.data.size() - 1));
+    appendQuoted(out,
+                 std::string_view(reinterpret_cast<const char*>(value.data.data()), value.data.size() - 1));
   } else if (value.type == REG_DWORD && value.data.size() == 4) {
     const auto& d = value.data;
-    std::snprintf(buf, sizeof buf, "dword:%08x", static_cast<unsigned>(d[0] | d[1] << 8 | d[2] << 16 | d[3] << 24));
+    std::snprintf(buf, sizeof buf, "dword:%08x",
+                  static_cast<unsigned>(d[0] | d[1] << 8 | d[2] << 16 | d[3] << 24));
     out += buf;
   } else {
     if (value.type == REG_BINARY) {
