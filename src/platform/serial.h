@@ -38,7 +38,9 @@ DWORD FormatMessageA(DWORD flags, const void* source, DWORD messageId, DWORD lan
 std::string systemMessage(DWORD code);
 
 // One open device of a backend. Methods follow the Win32 calls above; each returns a Win32
-// error code (0 = success) so that the handle layer sets the last error in one place.
+// error code (0 = success) so that the handle layer sets the last error in one place. The handle
+// layer checks the arguments every backend would reject alike (purge mask, escape code, DCB
+// values) before calling; a device may be called from several threads at once.
 class SerialDevice {
  public:
   virtual ~SerialDevice() = default;
@@ -54,6 +56,12 @@ class SerialDevice {
   virtual DWORD modemStatus(DWORD& status) = 0;
   virtual DWORD escape(DWORD function) = 0;
   virtual DWORD close() = 0;
+  // The outcome of a read or write that reported ERROR_IO_PENDING. Devices that always finish
+  // before returning report what a zeroed OVERLAPPED record says: success, nothing transferred.
+  virtual DWORD overlappedResult(DWORD& transferred, bool /*wait*/) {
+    transferred = 0;
+    return ERROR_SUCCESS;
+  }
 };
 
 class SerialBackend {
