@@ -65,7 +65,7 @@ T fromVariant(const Variant& v) {
 
 template <class T>
 Variant toVariant(const T& value) {
-  if constexpr (std::is_enum_v<T>) return Variant(static_cast<std::int32_t>(value));
+  if constexpr (std::is_enum_v<T> && !std::is_same_v<T, VariantBool>) return Variant(static_cast<std::int32_t>(value));
   else return Variant(value);
 }
 

@@ -1,4 +1,9 @@
-// Prints the type library as IDL text.
+// Prints the type library as IDL text (the build writes it to tovport.idl).
 #include <iostream>
 
-int main() { return 0; }
+#include "component/type_library.h"
+
+int main() {
+  std::cout << tov::automation::generateIdl(tov::typeLibrary());
+  return 0;
+}

@@ -1,0 +1,78 @@
+// The apartment's message queue: one per thread. Other threads post calls to it; the owning
+// thread runs them, and the ticks of its timers, only when it pumps. Nothing here runs
+// concurrently with the owning thread's other work.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/win32.h"
+
+namespace tov::platform {
+
+inline constexpr UINT WM_TIMER = 0x0113;
+inline constexpr UINT USER_TIMER_MINIMUM = 10;
+inline constexpr UINT USER_TIMER_MAXIMUM = 0x7FFFFFFF;
+
+using TIMERPROC = void (*)(HWND hwnd, UINT message, UINT_PTR idEvent, DWORD time);
+
+class MessageQueue {
+ public:
+  // The calling thread's queue, created on first use and closed when the thread ends.
+  static std::shared_ptr<MessageQueue> current();
+
+  MessageQueue() = default;
+  MessageQueue(const MessageQueue&) = delete;
+  MessageQueue& operator=(const MessageQueue&) = delete;
+
+  // From any thread: queue call to run on the owning thread. Returns false, dropping the call
+  // (and so whatever it owns), when the owning thread has ended.
+  bool post(std::function<void()> call);
+
+  // Owning thread only. A timer with no window: a fresh id (never 0), ticking every period
+  // milliseconds (clamped to USER_TIMER_MINIMUM..USER_TIMER_MAXIMUM).
+  UINT_PTR setTimer(UINT period, TIMERPROC proc);
+  bool killTimer(UINT_PTR id);
+  std::size_t timerCount() const;
+
+  // Processes the messages waiting when it is called: posted calls first, in order, then one
+  // tick of every timer that is due. Messages that arrive meanwhile wait for the next pump
+  // (or are handled by a pump nested inside one of these calls).
+  void pump();
+  // Blocks until a message is waiting or boundMs passes on the process clock; returns whether
+  // one is waiting. On the manual clock, simulated time moves on to the next timer tick.
+  bool wait(std::uint32_t boundMs);
+  bool hasWaiting() const;
+
+  void close();  // drops every posted call and refuses new ones
+
+ private:
+  struct Timer {
+    UINT_PTR id;
+    UINT period;
+    TIMERPROC proc;
+    std::int64_t due;
+  };
+  bool timerDueLocked(std::int64_t now) const;
+  std::int64_t nextDueLocked() const;
+
+  mutable std::mutex mutex_;
+  std::condition_variable arrived_;
+  std::deque<std::function<void()>> posted_;
+  std::vector<Timer> timers_;
+  UINT_PTR nextTimerId_ = 1;
+  bool closed_ = false;
+};
+
+// Win32 shapes on the calling thread's queue. hwnd must be 0: timers belong to the thread.
+UINT_PTR SetTimer(HWND hwnd, UINT_PTR idEvent, UINT elapse, TIMERPROC proc);
+BOOL KillTimer(HWND hwnd, UINT_PTR idEvent);
+// One pass of the calling thread's message pump.
+void PumpMessages();
+
+}  // namespace tov::platform
