@@ -16,6 +16,8 @@ struct OsVersion {
   DWORD minor = 1;
   DWORD build = 2600;
   std::string csd = "Service Pack 2";
+
+  bool operator==(const OsVersion&) const = default;
 };
 
 // Fills the record from the installed version. Fails (FALSE, error 87) when the size field is
