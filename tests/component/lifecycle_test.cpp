@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "automation/dispatch.h"
+#include "component/debug_log.h"
+#include "component/mod_public.h"
+#include "component/tovcomprtv3.h"
+#include "support/event_recorder.h"
+
+namespace tov {
+namespace {
+
+using namespace automation;
+
+class Lifecycle : public ::testing::Test {
+ protected:
+  void TearDown() override { gComponent().reset(); }
+};
+
+TEST_F(Lifecycle, AFreshInstanceIsIdleWithZeroedTables) {
+  auto c = tovComPrtv3::create();
+  EXPECT_EQ(c->IsPending(), VariantBool::False);
+  EXPECT_EQ(c->TimeoutSeconds(1), 0);
+  EXPECT_EQ(c->TimerIds(32), 0);
+  EXPECT_EQ(c->CommPorts(5).hCom, 0);
+  EXPECT_EQ(c->TimeoutAt(3).value, 0.0);
+  EXPECT_EQ(c->OutputStrings(3), u"");
+  EXPECT_EQ(c->MessageMode, VariantBool::False);
+  EXPECT_FALSE(c->Worker);
+  EXPECT_EQ(c->LastError.ErrorCode, 0);
+}
+
+TEST_F(Lifecycle, PendingOnTheLastPortMakesTheComponentPending) {
+  auto c = tovComPrtv3::create();
+  c->Pending(32) = VariantBool::True;
+  EXPECT_EQ(c->IsPending(), VariantBool::True);
+  EXPECT_EQ(toBool(callByName(*c, u"ispending", {})), VariantBool::True);
+}
+
+TEST_F(Lifecycle, PortTablesRejectIndexesOutsideOneTo32) {
+  auto c = tovComPrtv3::create();
+  for (long bad : {0L, 33L, -1L}) {
+    try {
+      c->Pending(bad) = VariantBool::True;
+      FAIL() << bad;
+    } catch (const RuntimeError& e) {
+      EXPECT_EQ(e.number(), 9);
+      EXPECT_EQ(e.hresult(), static_cast<HRESULT>(0x800A0009u));
+    }
+  }
+  EXPECT_EQ(c->IsPending(), VariantBool::False);
+  EXPECT_THROW(c->OutputStrings(4), RuntimeError);
+  EXPECT_NO_THROW(c->OutputStrings(0));
+}
+
+TEST_F(Lifecycle, GComponentFollowsTheLastInstanceAndKeepsItAlive) {
+  auto first = tovComPrtv3::create();
+  EXPECT_EQ(gComponent().get(), first.get());
+  tovComPrtv3* raw = first.get();
+  first.reset();  // the host lets go; gComponent still holds it
+  EXPECT_EQ(gComponent().get(), raw);
+  EXPECT_EQ(raw->IsPending(), VariantBool::False);
+  const long before = ServerLifetime::objects();
+  auto second = tovComPrtv3::create();
+  EXPECT_EQ(gComponent().get(), second.get());
+  EXPECT_LT(ServerLifetime::objects(), before + 2);  // the first instance (and its connection point) ended
+}
+
+TEST_F(Lifecycle, GComponentIsPerThread) {
+  auto mine = tovComPrtv3::create();
+  tovComPrtv3* theirs = nullptr;
+  std::thread([&] {
+    auto other = tovComPrtv3::create();
+    theirs = gComponent().get();
+    gComponent().reset();
+  }).join();
+  EXPECT_NE(theirs, nullptr);
+  EXPECT_NE(theirs, mine.get());
+  EXPECT_EQ(gComponent().get(), mine.get());
+}
+
+TEST_F(Lifecycle, DebugprintAcceptsAnythingAndWritesNothing) {
+  auto c = tovComPrtv3::create();
+  std::vector<std::u16string> seen;
+  observeLog([&](const std::u16string& t) { seen.push_back(t); });
+  EXPECT_NO_THROW(callByName(*c, u"debugprint", {u"hello"}));
+  EXPECT_NO_THROW(callByName(*c, u"DEBUGPRINT", {Variant(), u"file.txt"}));
+  EXPECT_NO_THROW(callByName(*c, u"debugprint", {std::int16_t{5}}));
+  observeLog({});
+  EXPECT_EQ(seen, std::vector<std::u16string>{u"hello"});
+}
+
+TEST_F(Lifecycle, EventsReachEveryConnectedSinkByReference) {
+  auto c = tovComPrtv3::create();
+  auto first = testing::EventRecorder::connect(*c);
+  auto second = testing::EventRecorder::connect(*c);
+  second->handler = [](DISPID id, std::vector<Variant>& args) {
+    if (id == 3) args[1].assign(Variant(u"changed by the host"));
+  };
+  std::int16_t port = 3;
+  BStr name = u"BenQ-Siemens S65";
+  VariantBool apn = VariantBool::True;
+  DeviceType device = dtSiemens_S65;
+  DeviceDetectionError error = dde_NoError;
+  c->raiseDeviceDetected(port, name, apn, device, error);
+  ASSERT_EQ(first->events.size(), 1u);
+  EXPECT_EQ(first->events[0].port(), 3);
+  EXPECT_EQ(first->events[0].device(), dtSiemens_S65);
+  EXPECT_TRUE(first->events[0].apn());
+  EXPECT_EQ(name, u"changed by the host");
+  second->disconnect();
+  c->raiseMsgTimeout();
+  EXPECT_EQ(first->events.size(), 2u);
+  EXPECT_EQ(second->events.size(), 1u);
+  first->disconnect();
+}
+
+}  // namespace
+}  // namespace tov
