@@ -12,13 +12,4 @@ VariantBool tovComPrtv3::PortTest(std::int16_t) { notAvailable("PortTest"); }
 void tovComPrtv3::VBclsPortTest(Variant&) { notAvailable("VBclsPortTest"); }
 VariantBool tovComPrtv3::TestAllPorts() { notAvailable("TestAllPorts"); }
 void tovComPrtv3::KillThreads() { notAvailable("KillThreads"); }
-void tovComPrtv3::fireEventMsgTimeout() { notAvailable("fireEventMsgTimeout"); }
-void tovComPrtv3::fireEventMsgReceived(BStr&) { notAvailable("fireEventMsgReceived"); }
-void tovComPrtv3::fireEventDeviceDetected(std::int16_t, DeviceType, DeviceDetectionError, VariantBool) {
-  notAvailable("fireEventDeviceDetected");
-}
-VariantBool tovComPrtv3::fireEventPortAvailable(std::int16_t, PortAvailability) {
-  notAvailable("fireEventPortAvailable");
-}
-
 }  // namespace tov

@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include "automation/dispatch.h"
+#include "component/mod_public.h"
+#include "component/tovcomprtv3.h"
+#include "support/event_recorder.h"
+
+namespace tov {
+namespace {
+
+using namespace automation;
+
+class EventRaisers : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    recorder_->disconnect();
+    gComponent().reset();
+  }
+  Ref<tovComPrtv3> c_ = tovComPrtv3::create();
+  Ref<testing::EventRecorder> recorder_ = testing::EventRecorder::connect(*c_);
+};
+
+int errorOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const RuntimeError& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+TEST_F(EventRaisers, OutcomeWithThreeArgumentsRaisesWithoutApnThenTheEndMark) {
+  c_->Pending(4) = VariantBool::True;
+  // No request made a controller, so asking it for the worker fails after the events.
+  EXPECT_EQ(errorOf([&] {
+              callByName(*c_, u"fireEventDeviceDetected", {std::int16_t{4}, std::int32_t{dtNone}, std::int32_t{dde_Timeout}});
+            }),
+            kErrObjectNotSet);
+  ASSERT_EQ(recorder_->events.size(), 2u) << recorder_->events[0].describe();
+  EXPECT_EQ(recorder_->events[0].port(), 4);
+  EXPECT_FALSE(recorder_->events[0].apn());
+  EXPECT_EQ(recorder_->events[0].error(), dde_Timeout);
+  EXPECT_EQ(recorder_->events[0].text(), u"");
+  EXPECT_EQ(recorder_->events[1].error(), dde_NoMoreDevices);
+  EXPECT_EQ(recorder_->events[1].port(), 4);
+  EXPECT_EQ(c_->IsPending(), VariantBool::False);
+}
+
+TEST_F(EventRaisers, NoEndMarkWhileAnotherPortIsPending) {
+  c_->Pending(1) = VariantBool::True;
+  c_->Pending(3) = VariantBool::True;
+  errorOf([&] { c_->fireEventDeviceDetected(3, dtNone, dde_CouldNotOpenPort); });
+  ASSERT_EQ(recorder_->events.size(), 1u);
+  EXPECT_EQ(c_->Pending(3), VariantBool::False);
+  EXPECT_EQ(c_->Pending(1), VariantBool::True);
+}
+
+TEST_F(EventRaisers, PortOutsideTheTableFailsAfterTheFirstRaise) {
+  EXPECT_EQ(errorOf([&] { c_->fireEventDeviceDetected(33, dtNone, dde_Timeout); }), kErrSubscript);
+  EXPECT_EQ(recorder_->events.size(), 1u);
+  EXPECT_EQ(errorOf([&] { c_->fireEventPortAvailable(0, pa_Available); }), kErrSubscript);
+  EXPECT_EQ(recorder_->events.size(), 2u);
+}
+
+TEST_F(EventRaisers, AHandlerThatChangesThePortNumberRedirectsTheClearing) {
+  c_->Pending(5) = VariantBool::True;
+  c_->Pending(6) = VariantBool::True;
+  recorder_->handler = [](DISPID, std::vector<Variant>& args) { args[0].assign(Variant(std::int16_t{6})); };
+  errorOf([&] { c_->fireEventPortAvailable(5, pa_Available); });
+  EXPECT_EQ(c_->Pending(5), VariantBool::True);
+  EXPECT_EQ(c_->Pending(6), VariantBool::False);
+}
+
+TEST_F(EventRaisers, MessageEventsPassTheCallersVariable) {
+  recorder_->handler = [](DISPID id, std::vector<Variant>& args) {
+    if (id == 2) args[0].assign(Variant(u"replaced"));
+  };
+  BStr msg = u"OK";
+  c_->fireEventMsgReceived(msg);
+  EXPECT_EQ(msg, u"replaced");
+  c_->fireEventMsgTimeout();
+  ASSERT_EQ(recorder_->events.size(), 2u);
+  EXPECT_EQ(recorder_->events[1].id, 1);
+}
+
+}  // namespace
+}  // namespace tov
