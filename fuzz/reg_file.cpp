@@ -1,11 +1,11 @@
 // Feeds arbitrary bytes to the .reg loader: a malformed file may only end in RegFileError, and
 // whatever loads must dump to a REGEDIT4 text that loads back as the same tree.
+#include "platform/reg_file.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
-
-#include "platform/reg_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tov::platform;

@@ -3,7 +3,6 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -19,9 +18,7 @@ constexpr std::string_view kHeader5 = "Windows Registry Editor Version 5.00";
 struct RegChange {
   enum class Kind { CreateKey, DeleteKey, SetValue, DeleteValue } kind;
   std::string keyPath;
-  std::string valueName;
-  DWORD type = REG_NONE;
-  std::vector<BYTE> data;
+  RegValueLine value;  // for the value kinds
 };
 
 class RegFileParser {
@@ -72,11 +69,8 @@ class RegFileParser {
     const auto split = splitRegistryPath(path);
     if (!split) fail(lineNumber, "invalid key path '" + std::string(path) + "'");
     if (deletion && split->names.empty()) fail(lineNumber, "a root key cannot be deleted");
-    changes_.push_back({deletion ? RegChange::Kind::DeleteKey : RegChange::Kind::CreateKey,
-                        std::string(path),
-                        {},
-                        REG_NONE,
-                        {}});
+    changes_.push_back(
+        {deletion ? RegChange::Kind::DeleteKey : RegChange::Kind::CreateKey, std::string(path), {}});
     currentKey_ = deletion ? std::nullopt : std::optional<std::string>(path);
     keyLineSeen_ = true;
   }
@@ -98,8 +92,8 @@ class RegFileParser {
     }
     try {
       RegValueLine value = parseRegValueLine(line.text, format_);
-      changes_.push_back({value.deletion ? RegChange::Kind::DeleteValue : RegChange::Kind::SetValue,
-                          *currentKey_, std::move(value.name), value.type, std::move(value.data)});
+      const auto kind = value.deletion ? RegChange::Kind::DeleteValue : RegChange::Kind::SetValue;
+      changes_.push_back({kind, *currentKey_, std::move(value)});
     } catch (const RegSyntaxError& e) {
       fail(line.lineAt(e.position), e.what());
     }
@@ -124,10 +118,10 @@ void applyChanges(Registry& registry, const std::vector<RegChange>& changes) {
         registry.deleteKey(c.keyPath);
         break;
       case RegChange::Kind::SetValue:
-        registry.setValue(c.keyPath, c.valueName, c.type, c.data);
+        registry.setValue(c.keyPath, c.value.name, c.value.type, c.value.data);
         break;
       case RegChange::Kind::DeleteValue:
-        registry.deleteValue(c.keyPath, c.valueName);
+        registry.deleteValue(c.keyPath, c.value.name);
         break;
     }
   }

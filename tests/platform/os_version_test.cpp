@@ -49,8 +49,9 @@ TEST(OsVersionRaw, PlatformMajorMinorAndServicePackText) {
 }
 
 TEST(OsVersionRaw, MalformedTextsAreRefused) {
-  for (const char* bad : {"", "xp-sp4", "2", "2.5", "2.5.", ".5.1", "2..1", "2.5.1.0", "a.b.c", "-1.5.1", "+2.5.1",
-                          " 2.5.1", "2.5.1 ", "2.5.0x1", "4294967296.5.1", "00000000002.5.1", ":2.5.1"}) {
+  for (const char* bad :
+       {"", "xp-sp4", "2", "2.5", "2.5.", ".5.1", "2..1", "2.5.1.0", "a.b.c", "-1.5.1", "+2.5.1", " 2.5.1",
+        "2.5.1 ", "2.5.0x1", "4294967296.5.1", "00000000002.5.1", ":2.5.1"}) {
     EXPECT_FALSE(parseOsVersion(bad)) << bad;
   }
   EXPECT_FALSE(parseOsVersion("2.5.1:" + std::string(128, 'x')));

@@ -72,7 +72,8 @@ TEST_F(RegFileSyntax, TextsWithEscapesAndDefaultValue) {
       "\"\\\\Device\\\\Serial0\"=\"COM1\"\r\n"
       "@=\"say \\\"hi\\\"\"\r\n"
       "  \"Empty\" = \"\"  \r\n");
-  EXPECT_EQ(value("Hardware\\DeviceMap\\SerialComm", "\\Device\\Serial0"), (Value{REG_SZ, bytes({"COM1\0", 5})}));
+  EXPECT_EQ(value("Hardware\\DeviceMap\\SerialComm", "\\Device\\Serial0"),
+            (Value{REG_SZ, bytes({"COM1\0", 5})}));
   EXPECT_EQ(value("Hardware\\DeviceMap\\SerialComm", ""), (Value{REG_SZ, bytes({"say \"hi\"\0", 9})}));
   EXPECT_EQ(value("Hardware\\DeviceMap\\SerialComm", "Empty"), (Value{REG_SZ, {0}}));
 }
@@ -133,8 +134,8 @@ TEST_F(RegFileSyntax, DeletionsOfKeysAndValues) {
 
 TEST_F(RegFileSyntax, KeyLinesCreateKeysUnderAnyRoot) {
   load("REGEDIT4\n[HKCU\\Software\\A]\n[HKCR\\CLSID]\n[hku\\.DEFAULT]\n[HKCC\\System]\n[HKEY_DYN_DATA\\X]\n");
-  for (const char* path : {"HKEY_CURRENT_USER\\Software\\A", "HKEY_CLASSES_ROOT\\CLSID", "HKEY_USERS\\.DEFAULT",
-                           "HKEY_CURRENT_CONFIG\\System", "HKEY_DYN_DATA\\X"}) {
+  for (const char* path : {"HKEY_CURRENT_USER\\Software\\A", "HKEY_CLASSES_ROOT\\CLSID",
+                           "HKEY_USERS\\.DEFAULT", "HKEY_CURRENT_CONFIG\\System", "HKEY_DYN_DATA\\X"}) {
     EXPECT_TRUE(reg.keyExists(path)) << path;
   }
   EXPECT_EQ(reg.keyCount(), 6u);
@@ -143,14 +144,14 @@ TEST_F(RegFileSyntax, KeyLinesCreateKeysUnderAnyRoot) {
 using RegFileUnicode = RegFile;
 
 TEST_F(RegFileUnicode, Utf16FileWithBomBecomesAnsi) {
-  load(utf16File(
-      u"Windows Registry Editor Version 5.00\r\n\r\n"
-      u"[HKEY_LOCAL_MACHINE\\Ger\u00e4t]\r\n"
-      u"\"Preis\"=\"5 \u20ac\"\r\n"
-      u"\"Han\"=\"\u4e2d\"\r\n"
-      u"\"exp\"=hex(2):25,00,41,00,e4,00,00,00\r\n"
-      u"\"multi\"=hex(7):61,00,00,00,ac,20,00,00,00,00\r\n"
-      u"\"bin\"=hex:61,00\r\n"));
+  load(
+      utf16File(u"Windows Registry Editor Version 5.00\r\n\r\n"
+                u"[HKEY_LOCAL_MACHINE\\Ger\u00e4t]\r\n"
+                u"\"Preis\"=\"5 \u20ac\"\r\n"
+                u"\"Han\"=\"\u4e2d\"\r\n"
+                u"\"exp\"=hex(2):25,00,41,00,e4,00,00,00\r\n"
+                u"\"multi\"=hex(7):61,00,00,00,ac,20,00,00,00,00\r\n"
+                u"\"bin\"=hex:61,00\r\n"));
   EXPECT_EQ(value("Ger\xE4t", "Preis"), (Value{REG_SZ, bytes({"5 \x80\0", 4})}));
   EXPECT_EQ(value("GER\xC4T", "Han"), (Value{REG_SZ, bytes({"?\0", 2})}));
   EXPECT_EQ(value("Ger\xE4t", "exp"), (Value{REG_EXPAND_SZ, bytes({"%A\xE4\0", 4})}));
@@ -235,7 +236,8 @@ TEST_F(RegFileLoading, SeveralFilesApplyInOrder) {
   const std::string path = ::testing::TempDir() + "reg_file_test_second.reg";
   {
     std::ofstream out(path, std::ios::binary);
-    out << utf16File(u"Windows Registry Editor Version 5.00\r\n[-HKLM\\A\\Old]\r\n[HKLM\\A]\r\n\"n\"=dword:2\r\n");
+    out << utf16File(
+        u"Windows Registry Editor Version 5.00\r\n[-HKLM\\A\\Old]\r\n[HKLM\\A]\r\n\"n\"=dword:2\r\n");
   }
   load("REGEDIT4\n[HKLM\\A\\Old]\n[HKLM\\A]\n\"n\"=dword:1\n\"s\"=\"x\"\n");
   loadRegFile(reg, path);

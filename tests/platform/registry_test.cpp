@@ -77,8 +77,8 @@ TEST_F(RegistryOpen, UnknownRootsAndStaleHandlesAreInvalid) {
     EXPECT_EQ(RegOpenKeyExA(bad, "", 0, KEY_READ, &key), ERROR_INVALID_HANDLE) << bad;
     EXPECT_EQ(RegCloseKey(bad), ERROR_INVALID_HANDLE) << bad;
   }
-  for (HKEY root : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_USERS, HKEY_PERFORMANCE_DATA,
-                    HKEY_CURRENT_CONFIG, HKEY_DYN_DATA}) {
+  for (HKEY root : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_USERS,
+                    HKEY_PERFORMANCE_DATA, HKEY_CURRENT_CONFIG, HKEY_DYN_DATA}) {
     EXPECT_EQ(RegOpenKeyExA(root, "", 0, KEY_READ, &key), kOk) << root;
   }
   reg.createKey("HKLM\\A");
@@ -86,8 +86,8 @@ TEST_F(RegistryOpen, UnknownRootsAndStaleHandlesAreInvalid) {
   EXPECT_EQ(RegCloseKey(a), kOk);
   EXPECT_EQ(RegCloseKey(a), ERROR_INVALID_HANDLE);
   DWORD count = 0;
-  EXPECT_EQ(RegQueryInfoKeyA(a, nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr, nullptr, nullptr,
-                             nullptr, nullptr),
+  EXPECT_EQ(RegQueryInfoKeyA(a, nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr, nullptr,
+                             nullptr, nullptr, nullptr),
             ERROR_INVALID_HANDLE);
 }
 
@@ -104,7 +104,8 @@ TEST_F(RegistryOpen, LeadingBackslashIsRefusedExceptBelowClassesRoot) {
   reg.createKey("HKLM\\Enum\\Root\\Ports");
   reg.createKey("HKCR\\CLSID");
   HKEY key = 0;
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "\\Enum\\Root\\Ports\\", 0, KEY_READ, &key), ERROR_BAD_PATHNAME);
+  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "\\Enum\\Root\\Ports\\", 0, KEY_READ, &key),
+            ERROR_BAD_PATHNAME);
   EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "Enum\\Root\\Ports\\", 0, KEY_READ, &key), kOk);
   EXPECT_EQ(RegOpenKeyExA(HKEY_CLASSES_ROOT, "\\clsid", 0, KEY_READ, &key), kOk);
 }
@@ -165,7 +166,10 @@ TEST_F(RegistryQueryValue, BadArgumentsAreRefused) {
 using RegistryEnumerate = RegistryTest;
 
 TEST_F(RegistryEnumerate, SubkeysComeSortedCaseBlindWhateverTheOrderOfCreation) {
-  for (const char* name : {"b", "_x", "Z", "a", "B10", "\xE4"/* ä */, "\xC4" "b" /* Äb */, "10"}) {
+  for (const char* name : {"b", "_x", "Z", "a", "B10", "\xE4" /* ä */,
+                           "\xC4"
+                           "b" /* Äb */,
+                           "10"}) {
     reg.createKey(std::string("HKLM\\P\\") + name);
   }
   const HKEY p = open("P");
@@ -179,7 +183,9 @@ TEST_F(RegistryEnumerate, SubkeysComeSortedCaseBlindWhateverTheOrderOfCreation) 
     names.emplace_back(name, size);
   }
   // Upper-case order: '_' (0x5F) lies after 'Z'; "ä" matches "Ä" and sorts before "Äb".
-  EXPECT_EQ(names, (std::vector<std::string>{"10", "a", "b", "B10", "Z", "_x", "\xE4", "\xC4" "b"}));
+  EXPECT_EQ(names, (std::vector<std::string>{"10", "a", "b", "B10", "Z", "_x", "\xE4",
+                                             "\xC4"
+                                             "b"}));
 }
 
 TEST_F(RegistryEnumerate, ShortNameBufferAndEnd) {
@@ -316,10 +322,14 @@ TEST_F(RegistryWrite, PathsAreCheckedBeforeAnyChange) {
 }
 
 TEST(RegistryPath, RootsInFullAndShortFormCaseBlind) {
-  const std::pair<const char*, HKEY> cases[] = {
-      {"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT}, {"hkcr", HKEY_CLASSES_ROOT},     {"HKCU", HKEY_CURRENT_USER},
-      {"hkey_local_machine", HKEY_LOCAL_MACHINE}, {"HKU", HKEY_USERS},          {"HKCC", HKEY_CURRENT_CONFIG},
-      {"HKEY_PERFORMANCE_DATA", HKEY_PERFORMANCE_DATA}, {"HKEY_DYN_DATA", HKEY_DYN_DATA}};
+  const std::pair<const char*, HKEY> cases[] = {{"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT},
+                                                {"hkcr", HKEY_CLASSES_ROOT},
+                                                {"HKCU", HKEY_CURRENT_USER},
+                                                {"hkey_local_machine", HKEY_LOCAL_MACHINE},
+                                                {"HKU", HKEY_USERS},
+                                                {"HKCC", HKEY_CURRENT_CONFIG},
+                                                {"HKEY_PERFORMANCE_DATA", HKEY_PERFORMANCE_DATA},
+                                                {"HKEY_DYN_DATA", HKEY_DYN_DATA}};
   for (const auto& [text, root] : cases) {
     const auto split = splitRegistryPath(text);
     ASSERT_TRUE(split) << text;
