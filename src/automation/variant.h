@@ -50,7 +50,7 @@ struct SafeArray {
   VarType elementType = VT_VARIANT;
   std::int32_t lowerBound = 0;
   std::vector<Variant> elements;
-  std::int32_t upperBound() const { return lowerBound + static_cast<std::int32_t>(elements.size()) - 1; }
+  std::int32_t upperBound() const;
 };
 
 class Variant {
@@ -111,6 +111,10 @@ class Variant {
                              VariantBool, BStr, Date, Ref<IDispatch>, std::shared_ptr<SafeArray>, ByRef>;
   Value value_;
 };
+
+inline std::int32_t SafeArray::upperBound() const {
+  return lowerBound + static_cast<std::int32_t>(elements.size()) - 1;
+}
 
 // Arguments of a dispatch call: the last argument first, as the dispatch standard orders them.
 struct DispParams {

@@ -1,0 +1,194 @@
+// tovport-phone: a simulated BenQ-Siemens phone on a pseudo-terminal (or a given device), for
+// testing hosts without a phone.
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "responder.h"
+
+namespace tovport_phone {
+namespace {
+
+volatile std::sig_atomic_t stopRequested = 0;
+void onSignal(int) { stopRequested = 1; }
+
+const char* const kUsage =
+    "usage: tovport-phone [--device PATH] [--maker TEXT] [--model TEXT] [--echo on|off] [--delay MS]\n"
+    "                     [--split N] [--split-pause MS] [--error COMMAND]... [--silent]\n";
+
+const char* const kHelp =
+    "Simulates a phone that answers AT commands. Opens a pseudo-terminal (or the device given with\n"
+    "--device), prints the path of the end a host should open on the first line of stdout, and\n"
+    "answers until stdin closes or it receives SIGINT/SIGTERM.\n\n"
+    "  AT+CGMI   answers the maker:  CR LF <maker> CR LF CR LF OK CR LF\n"
+    "  AT+CGMM   answers the model:  CR LF <model> CR LF CR LF OK CR LF\n"
+    "  anything else                 CR LF ERROR CR LF\n\n"
+    "Options:\n"
+    "  --device PATH      use this device instead of a new pseudo-terminal\n"
+    "  --maker TEXT       the maker answer (default SIEMENS)\n"
+    "  --model TEXT       the model answer (default S65)\n"
+    "  --echo on|off      echo each command line back first (default on)\n"
+    "  --delay MS         wait this long before answering (default 0)\n"
+    "  --split N          send each answer in N writes (default 1)\n"
+    "  --split-pause MS   pause between those writes (default 200)\n"
+    "  --error COMMAND    answer COMMAND (e.g. AT+CGMM) with ERROR; repeatable\n"
+    "  --silent           never answer\n"
+    "  --help             this text\n";
+
+struct Options {
+  PhoneProfile profile;
+  std::string device;
+  int delayMs = 0;
+  int pieces = 1;
+  int pauseMs = 200;
+};
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+int number(const std::string& option, const std::string& text, int min) {
+  try {
+    std::size_t used = 0;
+    const int v = std::stoi(text, &used);
+    if (used == text.size() && v >= min) return v;
+  } catch (const std::exception&) {
+  }
+  throw UsageError(option + " takes a whole number of at least " + std::to_string(min));
+}
+
+Options parse(int argc, char** argv, bool& help) {
+  Options o;
+  for (int i = 1; i < argc; ++i) {
+    const std::string a = argv[i];
+    auto value = [&]() -> std::string {
+      if (i + 1 >= argc) throw UsageError(a + " needs a value");
+      return argv[++i];
+    };
+    if (a == "--help" || a == "-h") help = true;
+    else if (a == "--device") o.device = value();
+    else if (a == "--maker") o.profile.maker = value();
+    else if (a == "--model") o.profile.model = value();
+    else if (a == "--echo") {
+      const std::string v = value();
+      if (v != "on" && v != "off") throw UsageError("--echo takes on or off");
+      o.profile.echo = v == "on";
+    } else if (a == "--delay") o.delayMs = number(a, value(), 0);
+    else if (a == "--split") o.pieces = number(a, value(), 1);
+    else if (a == "--split-pause") o.pauseMs = number(a, value(), 0);
+    else if (a == "--error") {
+      std::string c = value();
+      for (auto& ch : c) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+      o.profile.failing.insert(c);
+    } else if (a == "--silent") o.profile.silent = true;
+    else throw UsageError("unknown option " + a);
+  }
+  return o;
+}
+
+void makeRaw(int fd) {
+  termios t{};
+  if (tcgetattr(fd, &t) != 0) return;
+  cfmakeraw(&t);
+  tcsetattr(fd, TCSANOW, &t);
+}
+
+void writeAll(int fd, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (n <= 0) {
+      if (n < 0 && errno == EINTR) continue;
+      return;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+}
+
+int run(const Options& o) {
+  int line = -1;
+  int keepOpen = -1;  // our own handle on the far end, so a host closing it does not hang us up
+  std::string path;
+  if (o.device.empty()) {
+    int master = -1, slave = -1;
+    if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) {
+      std::cerr << "tovport-phone: openpty: " << std::strerror(errno) << "\n";
+      return 1;
+    }
+    makeRaw(slave);
+    path = ttyname(slave);
+    line = master;
+    keepOpen = slave;
+  } else {
+    line = ::open(o.device.c_str(), O_RDWR | O_NOCTTY);
+    if (line < 0) {
+      std::cerr << "tovport-phone: " << o.device << ": " << std::strerror(errno) << "\n";
+      return 1;
+    }
+    makeRaw(line);
+    path = o.device;
+  }
+  std::cout << path << std::endl;
+
+  Responder phone(o.profile);
+  bool stdinOpen = true;
+  char buf[512];
+  while (!stopRequested) {
+    pollfd fds[2] = {{line, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    const int n = ::poll(fds, stdinOpen ? 2 : 1, 500);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    if (stdinOpen && (fds[1].revents & (POLLIN | POLLHUP | POLLERR))) {
+      const ssize_t r = ::read(STDIN_FILENO, buf, sizeof buf);
+      if (r <= 0) break;  // stdin closed: the caller is done with us
+    }
+    if (fds[0].revents & POLLIN) {
+      const ssize_t r = ::read(line, buf, sizeof buf);
+      if (r <= 0) continue;
+      for (const auto& answer : phone.receive(std::string(buf, static_cast<std::size_t>(r)))) {
+        if (o.delayMs > 0) ::usleep(static_cast<useconds_t>(o.delayMs) * 1000);
+        const auto pieces = split(answer, o.pieces);
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+          if (i > 0) ::usleep(static_cast<useconds_t>(o.pauseMs) * 1000);
+          writeAll(line, pieces[i]);
+        }
+      }
+    }
+  }
+  if (keepOpen >= 0) ::close(keepOpen);
+  ::close(line);
+  return 0;
+}
+
+}  // namespace
+}  // namespace tovport_phone
+
+int main(int argc, char** argv) {
+  using namespace tovport_phone;
+  std::signal(SIGINT, onSignal);
+  std::signal(SIGTERM, onSignal);
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    bool help = false;
+    const Options o = parse(argc, argv, help);
+    if (help) {
+      std::cout << kUsage << "\n" << kHelp;
+      return 0;
+    }
+    return run(o);
+  } catch (const UsageError& e) {
+    std::cerr << "tovport-phone: " << e.what() << "\n" << kUsage;
+    return 2;
+  }
+}
