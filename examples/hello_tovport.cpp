@@ -1,0 +1,51 @@
+// A host of the tovComPrtv3 component: one call early bound, one late bound by name, and an
+// event sink connected to the component's events.
+#include <iostream>
+
+#include "automation/connection_point.h"
+#include "automation/convert.h"
+#include "automation/dispatch.h"
+#include "component/guids.h"
+#include "component/tovcomprtv3.h"
+
+using namespace tov;
+using namespace tov::automation;
+
+// Receives the component's events (DISPID 1 MsgTimeout, 2 MsgReceived, 3 DeviceDetected,
+// 4 PortAvailable) with every argument by reference, last argument first.
+class Sink final : public IDispatch, public RefCounted {
+ public:
+  HRESULT QueryInterface(const GUID& iid, void** out) override {
+    if (iid == IID_IUnknown || iid == IID_IDispatch || iid == DIID___tovComPrtv3) {
+      *out = static_cast<IDispatch*>(this);
+      AddRef();
+      return S_OK;
+    }
+    *out = nullptr;
+    return E_NOINTERFACE;
+  }
+  std::uint32_t AddRef() override { return addRefImpl(); }
+  std::uint32_t Release() override { return releaseImpl(); }
+  HRESULT GetIDsOfNames(std::u16string_view, DISPID*) override { return DISP_E_UNKNOWNNAME; }
+  HRESULT Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*, unsigned*) override {
+    std::cout << "event " << id << " with " << params.args.size() << " arguments\n";
+    return S_OK;
+  }
+};
+
+int main() {
+  auto component = tovComPrtv3::create();
+  Ref<Sink> sink(new Sink());
+  std::uint32_t cookie = 0;
+  advise(static_cast<IDispatch&>(*component), DIID___tovComPrtv3, *sink, &cookie);
+
+  // Early bound: a C++ call; an automation error would come as RuntimeError.
+  std::cout << "early bound IsPending: " << (isTrue(component->IsPending()) ? "True" : "False") << "\n";
+
+  // Late bound: by name, as a script host calls it.
+  const Variant pending = callByName(*component, u"ispending", {});
+  std::cout << "late bound IsPending: " << toUtf8(toText(pending)) << "\n";
+
+  unadvise(static_cast<IDispatch&>(*component), DIID___tovComPrtv3, cookie);
+  return 0;
+}
