@@ -63,7 +63,8 @@ VariantBool tovComPrtv3::AnyPortPending() {
 }
 
 void tovComPrtv3::debugprint(Variant& str, BStr&) {
-  if (auto text = str.deref().get<BStr>()) notifyLogObserver(*text);
+  const Variant value = str.deref();
+  if (auto text = value.get<BStr>()) notifyLogObserver(*text);
 }
 
 void tovComPrtv3::log(std::u16string_view text) {
