@@ -1,0 +1,15 @@
+// The component's public lookup of a port's kind.
+#include "automation/convert.h"
+#include "component/tovcomprtv3.h"
+#include "discovery/port_table.h"
+
+namespace tov {
+
+std::int32_t tovComPrtv3::GetComPortType(std::int16_t PortNr) {
+  const ComPortType kind = discovery::GetPortType(PortNr, false);
+  log(u"GetComPorttype for Port " + automation::numberText(std::int64_t{PortNr}) + u"returns: " +
+      BStr(discovery::portTypeName(kind)));
+  return kind;
+}
+
+}  // namespace tov
