@@ -1,9 +1,10 @@
-#include "responder.h"
+#include "platform/phone_simulator.h"
 
 #include <algorithm>
 #include <cctype>
+#include <memory>
 
-namespace tovport_phone {
+namespace tov::platform {
 
 namespace {
 
@@ -56,4 +57,11 @@ std::vector<std::string> split(const std::string& answer, int pieces) {
   return out;
 }
 
-}  // namespace tovport_phone
+SimulatedPort::Peer phonePeer(PhoneProfile profile, std::int64_t replyDelayMs) {
+  auto phone = std::make_shared<Responder>(std::move(profile));
+  return [phone, replyDelayMs](SimulatedPort& port, std::string_view written) {
+    for (const auto& answer : phone->receive(std::string(written))) port.deliver(answer, replyDelayMs);
+  };
+}
+
+}  // namespace tov::platform

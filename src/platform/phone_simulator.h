@@ -1,11 +1,15 @@
-// What a simulated phone answers: bytes in, timed replies out.
+// A simulated BenQ-Siemens phone: what it answers to the AT commands a host sends. Used by the
+// phone simulator program on a pseudo-terminal and, as a peer, by simulated serial ports.
 #pragma once
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
 
-namespace tovport_phone {
+#include "platform/serial_memory.h"
+
+namespace tov::platform {
 
 struct PhoneProfile {
   std::string maker = "SIEMENS";
@@ -13,11 +17,6 @@ struct PhoneProfile {
   bool echo = true;                  // repeat each command line back, as ATE1
   bool silent = false;               // answer nothing at all
   std::set<std::string> failing;     // commands (upper case) answered with ERROR
-};
-
-// One write to the line; the phone sends the pieces of an answer with a pause between them.
-struct Reply {
-  std::string bytes;
 };
 
 class Responder {
@@ -35,4 +34,7 @@ class Responder {
 // Splits an answer into n nearly equal pieces (n >= 1).
 std::vector<std::string> split(const std::string& answer, int pieces);
 
-}  // namespace tovport_phone
+// A peer for a simulated port that answers like the phone, replyDelayMs after each command.
+SimulatedPort::Peer phonePeer(PhoneProfile profile, std::int64_t replyDelayMs);
+
+}  // namespace tov::platform

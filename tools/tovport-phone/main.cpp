@@ -12,10 +12,14 @@
 #include <string>
 #include <vector>
 
-#include "responder.h"
+#include "platform/phone_simulator.h"
 
 namespace tovport_phone {
 namespace {
+
+using tov::platform::PhoneProfile;
+using tov::platform::Responder;
+using tov::platform::split;
 
 volatile std::sig_atomic_t stopRequested = 0;
 void onSignal(int) { stopRequested = 1; }
