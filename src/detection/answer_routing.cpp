@@ -1,0 +1,40 @@
+// Where a tick's chunk or timeout goes: to the free-form exchange while one runs (MessageMode,
+// shared by every port of the instance), otherwise to the detection dialogue.
+#include "component/tovcomprtv3.h"
+#include "detection/link_support.h"
+
+namespace tov {
+
+using automation::containsNoCase;
+
+void tovComPrtv3::VBcheckAnswer(std::int16_t PortNr, BStr Answer) {
+  log(u"VBcheckAnswer, Port " + detection::decimal(PortNr));
+  if (isTrue(MessageMode)) {
+    VBMsgReceived(PortNr, Answer);
+    return;
+  }
+  // Only a chunk that ends an answer is judged; anything else is dropped, not joined to the next.
+  if (containsNoCase(Answer, u"OK") || containsNoCase(Answer, u"ERROR")) VBDeviceDetected(PortNr, Answer);
+}
+
+// The port stays open: the host may go on talking to it.
+void tovComPrtv3::VBMsgReceived(std::int16_t PortNr, BStr& strReceived) {
+  VBStopTimer(PortNr);
+  fireEventMsgReceived(strReceived);
+  MessageMode = VariantBool::False;
+}
+
+void tovComPrtv3::VBMsgTimeout(std::int16_t PortNr) {
+  VBStopTimer(PortNr);
+  VBClosePort(PortNr);
+  fireEventMsgTimeout();
+  MessageMode = VariantBool::False;
+}
+
+void tovComPrtv3::VBDeviceDetectTimeout(std::int16_t PortNr) {
+  VBClosePort(PortNr);
+  VBStopTimer(PortNr);
+  fireEventDeviceDetected(PortNr, dtNone, dde_Timeout, VariantBool::False);
+}
+
+}  // namespace tov
