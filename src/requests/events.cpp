@@ -1,25 +1,18 @@
 // The four event raisers. The outcome raisers also close a port's part of a request: they clear
 // its pending flag, raise the end mark after the last pending port, and stop the port's timer
 // and worker.
-#include "automation/convert.h"
 #include "component/tovcomprtv3.h"
 #include "platform/message_queue.h"
+#include "requests/request_support.h"
 
 namespace tov {
 
-using automation::numberText;
 using platform::PumpMessages;
+using requests::workerName;
 
 namespace {
-
-BStr portName(std::int16_t port) { return numberText(std::int64_t{port}); }
-
-// The request's controller; after KillThreads there is none, and asking it is error 91.
-threads::ThreadControl& worker(tovComPrtv3& c) {
-  if (!c.Worker) throw automation::RuntimeError(automation::kErrObjectNotSet);
-  return *c.Worker;
-}
-
+threads::ThreadControl& worker(tovComPrtv3& c) { return requests::currentWorker(c); }
+BStr portName(std::int16_t port) { return workerName(port); }
 }  // namespace
 
 void tovComPrtv3::fireEventMsgTimeout() { raiseMsgTimeout(); }
