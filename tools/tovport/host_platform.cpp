@@ -3,12 +3,15 @@
 #include "platform/os_version.h"
 #include "platform/reg_file.h"
 #include "platform/registry.h"
+#include "platform/serial_posix.h"
 
 namespace tovport_cli {
 
 struct HostPlatform::Parts {
   tov::platform::Registry registry;
   std::unique_ptr<tov::platform::ScopedRegistry> registryScope;
+  tov::platform::PosixSerialBackend serial;  // declared before serialScope, so it outlives the installation
+  std::unique_ptr<tov::platform::ScopedSerialBackend> serialScope;
 };
 
 HostPlatform::HostPlatform(const HostOptions& options) : parts_(std::make_unique<Parts>()) {
@@ -26,6 +29,8 @@ HostPlatform::HostPlatform(const HostOptions& options) : parts_(std::make_unique
                                    std::string(tov::platform::osPresetNames()) + " or P.MAJOR.MINOR[:CSD]");
     tov::platform::setOsVersion(*version);
   }
+  for (const auto& [port, path] : options.maps) parts_->serial.map(port, path);
+  parts_->serialScope = std::make_unique<tov::platform::ScopedSerialBackend>(parts_->serial);
 }
 
 HostPlatform::~HostPlatform() = default;
