@@ -1,0 +1,30 @@
+// Serial devices of the host: termios character devices (ttyS, ttyUSB, ttyACM, pseudo-terminals)
+// behind COM numbers that the host assigns. Each open device is held exclusively (flock and, where
+// the driver has it, TIOCEXCL), so a second open from this or another process is access denied.
+// Reads and writes keep their timeouts on the real clock with poll().
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "platform/serial.h"
+
+namespace tov::platform {
+
+class PosixSerialBackend final : public SerialBackend {
+ public:
+  // COM number `port` is the device at `path`; numbers without a path are not found.
+  void map(int port, std::string path);
+  void unmap(int port);
+  std::unique_ptr<SerialDevice> open(int port, DWORD& error) override;
+
+ private:
+  std::mutex mutex_;
+  std::map<int, std::string> paths_;
+};
+
+// The system error code for an errno value.
+DWORD win32ErrorFromErrno(int err);
+
+}  // namespace tov::platform
