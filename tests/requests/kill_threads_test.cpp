@@ -1,0 +1,117 @@
+// KillThreads: the host's emergency stop of every worker, and the worker entry points.
+#include "automation/dispatch.h"
+#include "requests/request_test.h"
+#include "threads/worker_thread.h"
+
+namespace tov::testing {
+namespace {
+
+using namespace automation;
+
+class KillThreads : public RequestTest {
+ protected:
+  void openByHost(std::int16_t port) {
+    device(port);
+    ASSERT_EQ(c_->VBCommOpen(port, u"COM" + numberText(std::int64_t{port}), u"baud=9600 parity=N data=8 stop=1"), 0);
+  }
+};
+
+TEST_F(KillThreads, WithoutARequestNothingHappens) {
+  c_->Worker.reset();
+  openByHost(7);
+  c_->KillThreads();
+  EXPECT_TRUE(isTrue(c_->CommPorts(7).IsOpen)) << "no port is closed";
+  c_->VBCommClose(7);
+}
+
+TEST_F(KillThreads, MidDetectionStopsTimersClosesPortsAndKeepsThePendingFlags) {
+  listSerialPort(1);
+  listSerialPort(3);
+  auto& silent = device(1);
+  device(3);
+  openByHost(9);  // a port the host opened itself is closed as well
+  c_->DetectAllDevices();
+  ASSERT_TRUE(pump([&] { return c_->TimerIds(1) != 0 && c_->TimerIds(3) != 0; }));
+  ASSERT_TRUE(silent.isOpen());
+
+  c_->KillThreads();
+  EXPECT_FALSE(c_->Worker);
+  EXPECT_EQ(c_->TimerIds(1), 0);
+  EXPECT_EQ(c_->TimerIds(3), 0);
+  EXPECT_FALSE(silent.isOpen());
+  EXPECT_FALSE(isTrue(c_->CommPorts(9).IsOpen));
+  EXPECT_EQ(c_->IsPending(), VariantBool::True);
+  EXPECT_TRUE(workersEnd());
+
+  const std::size_t before = events_->events.size();
+  pumpAWhile(10000);
+  EXPECT_EQ(events_->events.size(), before) << "no outcome after the stop";
+  EXPECT_EQ(c_->TestAllPorts(), VariantBool::False);
+  EXPECT_EQ(events_->events.back().describe(), "PortAvailable(1, 3)");
+  c_->KillThreads();  // a second stop finds no controller
+  for (auto& pending : c_->Pending) pending = VariantBool::False;
+}
+
+TEST_F(KillThreads, BeforeTheWorkersCallsRunNoPortIsEverOpened) {
+  auto& port = device(4);
+  c_->PortTest(4);
+  c_->KillThreads();
+  EXPECT_TRUE(workersEnd());
+  pumpAWhile();
+  EXPECT_EQ(port.openCount(), 0);
+  EXPECT_TRUE(events_->events.empty());
+  EXPECT_EQ(c_->Pending(4), VariantBool::True);
+  c_->Pending(4) = VariantBool::False;
+}
+
+TEST_F(KillThreads, FromAHandlerInsideAnOutcomeTheRestNeverReport) {
+  for (int p = 1; p <= 32; ++p) device(p);
+  events_->handler = [&](DISPID, std::vector<Variant>&) {
+    if (events_->events.empty()) c_->KillThreads();
+  };
+  c_->TestAllPorts();
+  ASSERT_TRUE(pump([&] { return !c_->Worker; }));
+  // Calls already under way when the stop came (further out on the stack) still report.
+  const std::size_t reported = events_->events.size();
+  pumpAWhile();
+  EXPECT_EQ(events_->events.size(), reported);
+  EXPECT_LT(reported, 32u);
+  EXPECT_EQ(endMarks(), 0u);
+  EXPECT_EQ(c_->IsPending(), VariantBool::True);
+  EXPECT_TRUE(workersEnd());
+  for (auto& pending : c_->Pending) pending = VariantBool::False;
+}
+
+using WorkersEntry = RequestTest;
+
+TEST_F(WorkersEntry, APortOutsideTheTableOnlyEndsTheWorkerOfThatName) {
+  // The worker named 33 calls back with 33: its call ends itself and reports nothing.
+  BStr name = u"33", method = u"VBclsPortTest";
+  Ref<IDispatch> self(static_cast<IDispatch*>(c_.get()));
+  std::int16_t port = 33;
+  Variant argument = Variant::byRef(&port);
+  c_->Worker->StartThread(name, self, method, argument);
+  ASSERT_TRUE(pump([&] { return !workerExists(33); }));
+  EXPECT_TRUE(events_->events.empty());
+  EXPECT_TRUE(workersEnd());
+
+  Variant zero(std::int16_t{0});
+  EXPECT_NO_THROW(c_->VBclsDetectDevice(zero));  // no worker of that name: nothing at all
+  EXPECT_TRUE(events_->events.empty());
+}
+
+TEST_F(WorkersEntry, TheEntryNamesAreMatchedWithoutRegardToCase) {
+  // No worker 2 is registered: the call reaches the method, which finds no object to call.
+  EXPECT_EQ(errorOf([&] { callByName(*c_, u"VBclsdetectDevice", {Variant(u"2")}); }), kErrObjectNotSet);
+}
+
+TEST_F(WorkersEntry, ConversionAndMissingControllerErrors) {
+  EXPECT_EQ(errorOf([&] { callByName(*c_, u"VBclsDetectDevice", {Variant(u"two")}); }), kErrTypeMismatch);
+  EXPECT_EQ(errorOf([&] { callByName(*c_, u"VBclsPortTest", {Variant(std::int32_t{70000})}); }), kErrOverflow);
+  c_->Worker.reset();
+  Variant three(std::int16_t{3});
+  EXPECT_EQ(errorOf([&] { c_->VBclsPortTest(three); }), kErrObjectNotSet);
+}
+
+}  // namespace
+}  // namespace tov::testing
