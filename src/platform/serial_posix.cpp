@@ -364,7 +364,7 @@ std::unique_ptr<SerialDevice> PosixSerialBackend::open(int port, DWORD& error) {
   if (tcgetattr(fd, &tio) != 0) return fail(errno);
   cfmakeraw(&tio);
   tio.c_cflag |= CLOCAL | CREAD;
-  tio.c_cc[VMIN] = 0;
+  tio.c_cc[VMIN] = 1;  // with VMIN 0 an empty read returns 0, which would look like a hang-up
   tio.c_cc[VTIME] = 0;
   if (tcsetattr(fd, TCSANOW, &tio) != 0) return fail(errno);
   ioctl(fd, TIOCEXCL);  // keeps out opens that do not use flock, where the driver supports it
