@@ -38,6 +38,17 @@ LSTATUS record(LSTATUS status) {
   return status;
 }
 
+// Paths and names are nearly always ASCII, which the ANSI code page maps to itself; only other
+// texts need the code page's table.
+std::string ansiOf(std::u16string_view text) {
+  std::string out(text.size(), '\0');
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] >= 0x80) return utf16ToAnsi(text);
+    out[i] = static_cast<char>(text[i]);
+  }
+  return out;
+}
+
 BStr ansiText(const void* bytes, std::size_t count) {
   return ansiToUtf16(std::string_view(static_cast<const char*>(bytes), count));
 }
@@ -82,7 +93,7 @@ Variant byteList(const std::vector<BYTE>& bytes, std::int32_t lowerBound) {
 void RegOpenKeyPath(RootKeyCode Root, std::u16string_view KeyPath) {
   if (!KeyPath.empty() && KeyPath.front() == u'\\') KeyPath.remove_prefix(1);
   if (!KeyPath.empty() && KeyPath.back() == u'\\') KeyPath.remove_suffix(1);
-  const std::string path = utf16ToAnsi(KeyPath);
+  const std::string path = ansiOf(KeyPath);
   HKEY key = 0;
   if (record(RegOpenKeyExA(rootKey(Root), path.c_str(), 0, KEY_READ, &key)) > 0) key = 0;
   state.CurrentKey = key;
@@ -189,13 +200,13 @@ RegValueKind storedKind(const char* name) {
 const RegLayerState& regLayerState() { return state; }
 
 bool ObjektExistiert(bool CheckValue, RootKeyCode Root, std::u16string_view KeyPath, std::u16string_view ValueName) {
-  const std::string path = utf16ToAnsi(KeyPath);
+  const std::string path = ansiOf(KeyPath);
   HKEY key = 0;
   if (record(RegOpenKeyExA(rootKey(Root), path.c_str(), 0, KEY_QUERY_VALUE, &key)) > 0) return false;
   state.CurrentKey = key;
   bool exists = true;
   if (CheckValue) {
-    const std::string name = utf16ToAnsi(ValueName);
+    const std::string name = ansiOf(ValueName);
     BYTE none = 0;
     DWORD size = 0;  // a zero-byte buffer: a value holding data answers ERROR_MORE_DATA
     exists = succeededOrMore(record(RegQueryValueExA(key, name.c_str(), nullptr, nullptr, &none, &size)));
@@ -225,7 +236,7 @@ RegKeyListing RegEnumerate(RootKeyCode Root, std::u16string_view KeyPath) {
 Variant RegValue(RootKeyCode Root, std::u16string_view KeyPath, std::u16string_view ValueName, RegValueKind& Kind,
                  const Variant& Default) {
   RegOpenKeyPath(Root, KeyPath);
-  const std::string name = utf16ToAnsi(ValueName);
+  const std::string name = ansiOf(ValueName);
   if (Kind == rvkOther) Kind = storedKind(name.c_str());
   Variant result;
   switch (Kind) {
