@@ -1,0 +1,81 @@
+// tovport detect [--port N | --list LIST] and tovport test [--port N]: the detection and
+// port-test requests, each run to its end mark.
+#include <optional>
+
+#include "automation/convert.h"
+#include "component/tovcomprtv3.h"
+#include "event_printer.h"
+
+namespace tovport_cli {
+namespace {
+
+using tov::tovComPrtv3;
+
+struct Target {
+  std::optional<std::int16_t> port;
+  std::optional<std::string> list;
+};
+
+// The port goes to the component as given: a number outside 1..32 is its to refuse.
+std::int16_t parsePort(const std::string& command, const std::string& text) {
+  try {
+    std::size_t used = 0;
+    const int port = std::stoi(text, &used);
+    if (used == text.size() && port >= INT16_MIN && port <= INT16_MAX) return static_cast<std::int16_t>(port);
+  } catch (const std::exception&) {
+  }
+  throw UsageError(command + " --port takes a whole number, not '" + text + "'");
+}
+
+Target parseTarget(const std::string& command, const std::vector<std::string>& args, bool listAllowed) {
+  Target target;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const bool isPort = args[i] == "--port";
+    const bool isList = listAllowed && args[i] == "--list";
+    if (!isPort && !isList) throw UsageError(command + ": unexpected argument '" + args[i] + "'");
+    if (target.port || target.list) throw UsageError(command + " takes one --port or --list at most");
+    if (i + 1 >= args.size()) throw UsageError(command + " " + args[i] + " needs a value");
+    const std::string& value = args[++i];
+    if (isPort)
+      target.port = parsePort(command, value);
+    else
+      target.list = value;
+  }
+  return target;
+}
+
+int runDetect(const HostOptions& options, const std::vector<std::string>& args) {
+  const Target target = parseTarget("detect", args, true);
+  if (target.port) return runRequest(options, [&](tovComPrtv3& c) { return c.DetectDevice(*target.port); });
+  if (target.list) {
+    return runRequest(options, [&](tovComPrtv3& c) {
+      tov::automation::BStr list = tov::automation::fromUtf8(*target.list);
+      return c.DetectDevicesFromList(list);
+    });
+  }
+  return runRequest(options, [](tovComPrtv3& c) { return c.DetectAllDevices(); });
+}
+
+int runTest(const HostOptions& options, const std::vector<std::string>& args) {
+  const Target target = parseTarget("test", args, false);
+  if (target.port) return runRequest(options, [&](tovComPrtv3& c) { return c.PortTest(*target.port); });
+  return runRequest(options, [](tovComPrtv3& c) { return c.TestAllPorts(); });
+}
+
+const Registration detect{
+    {"detect", "detect [--port N | --list LIST]",
+     "Looks for BenQ-Siemens phones: on every port the discovery finds testable, on port N\n"
+     "alone, or on the ports of LIST (numbers separated by ';', as in \"1;3;12\"). Prints every\n"
+     "DeviceDetected event as it comes; exits 0 after the last port has reported, 1 when the\n"
+     "request was refused, 3 when it did not finish within --timeout.",
+     runDetect}};
+
+const Registration test{
+    {"test", "test [--port N]",
+     "Tests whether COM ports can be opened: all 32, or port N alone. Prints every\n"
+     "PortAvailable event as it comes; exits 0 after the last port has reported, 1 when the\n"
+     "request was refused, 3 when it did not finish within --timeout.",
+     runTest}};
+
+}  // namespace
+}  // namespace tovport_cli

@@ -1,0 +1,145 @@
+#include "event_printer.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include "automation/connection_point.h"
+#include "automation/convert.h"
+#include "component/guids.h"
+#include "component/tovcomprtv3.h"
+#include "component/type_library.h"
+#include "platform/message_queue.h"
+#include "value_text.h"
+
+namespace tovport_cli {
+
+using namespace tov::automation;
+
+namespace {
+
+const EventDesc* describeEvent(DISPID id) {
+  for (const auto& e : tov::tovComPrtv3::events())
+    if (e.dispid == id) return &e;
+  return nullptr;
+}
+
+// The member name of an enum value; the number itself when the enum has no such member.
+std::string memberName(std::string_view enumName, std::int32_t value) {
+  for (const auto& e : tov::typeLibrary().enums) {
+    if (e.name != enumName) continue;
+    for (const auto& [name, v] : e.members)
+      if (v == value) return std::string(name);
+  }
+  return std::to_string(value);
+}
+
+struct ArgText {
+  std::string json;
+  std::string readable;
+};
+
+ArgText argText(const ParamDesc& param, const Variant& value) {
+  switch (param.type.kind) {
+    case TypeKind::Enum: {
+      const std::string name = memberName(param.type.enumName, toI4(value));
+      return {jsonString(name), name};
+    }
+    case TypeKind::BStr: {
+      const std::string text = jsonString(toUtf8(toText(value)));
+      return {text, text};
+    }
+    case TypeKind::Bool:
+      return {isTrue(toBool(value)) ? "true" : "false", isTrue(toBool(value)) ? "True" : "False"};
+    default:
+      return {jsonValue(value), displayText(value)};
+  }
+}
+
+}  // namespace
+
+std::string formatEvent(const HostEvent& event, bool json, double elapsedSeconds) {
+  const EventDesc* desc = describeEvent(event.id);
+  const std::string name = desc ? std::string(desc->name) : "Event" + std::to_string(event.id);
+  std::string line = json ? "{\"event\":" + jsonString(name) : name;
+  for (std::size_t i = 0; desc && i < desc->params.size() && i < event.args.size(); ++i) {
+    const ParamDesc& param = desc->params[i];
+    const ArgText text = argText(param, event.args[i]);
+    if (json)
+      line += "," + jsonString(std::string(param.name)) + ":" + text.json;
+    else
+      line += " " + std::string(param.name) + "=" + text.readable;
+  }
+  if (elapsedSeconds >= 0) {
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.3f", elapsedSeconds);
+    line += json ? std::string(",\"elapsed\":") + seconds : std::string(" (") + seconds + " s)";
+  }
+  return json ? line + "}" : line;
+}
+
+bool isEndMark(const HostEvent& event) {
+  if (event.id == 3 && event.args.size() == 5) return toI4(event.args[4]) == tov::dde_NoMoreDevices;
+  if (event.id == 4 && event.args.size() == 2) return toI4(event.args[1]) == tov::pa_NoMorePorts;
+  return false;
+}
+
+Ref<EventPrinter> EventPrinter::connect(tov::tovComPrtv3& component, std::ostream& out, bool json) {
+  Ref<EventPrinter> printer(new EventPrinter(out, json));
+  IDispatch& source = component;
+  if (advise(source, tov::DIID___tovComPrtv3, *printer, &printer->cookie_) == S_OK) printer->source_ = &source;
+  return printer;
+}
+
+void EventPrinter::disconnect() {
+  if (source_) unadvise(*source_, tov::DIID___tovComPrtv3, cookie_);
+  source_ = nullptr;
+}
+
+bool EventPrinter::awaitEndMark(int timeoutSeconds) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
+  auto queue = tov::platform::MessageQueue::current();
+  while (!endMarkSeen_ && std::chrono::steady_clock::now() < end) {
+    queue->wait(100);
+    tov::platform::PumpMessages();
+  }
+  return endMarkSeen_;
+}
+
+int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request) {
+  auto component = tov::tovComPrtv3::create();
+  auto printer = EventPrinter::connect(*component, std::cout, options.json);
+  struct Disconnect {
+    EventPrinter& printer;
+    ~Disconnect() { printer.disconnect(); }
+  } disconnectAtEnd{*printer};
+
+  if (!isTrue(request(*component))) return 1;  // the refusal has been printed
+  if (printer->awaitEndMark(options.timeoutSeconds)) return 0;
+  component->KillThreads();
+  std::cerr << "tovport: the request did not finish within " << options.timeoutSeconds
+            << " s; every worker was stopped\n";
+  return 3;
+}
+
+HRESULT EventPrinter::QueryInterface(const GUID& iid, void** out) {
+  if (iid == IID_IUnknown || iid == IID_IDispatch || iid == tov::DIID___tovComPrtv3) {
+    *out = static_cast<IDispatch*>(this);
+    AddRef();
+    return S_OK;
+  }
+  *out = nullptr;
+  return E_NOINTERFACE;
+}
+
+HRESULT EventPrinter::GetIDsOfNames(std::u16string_view, DISPID*) { return DISP_E_UNKNOWNNAME; }
+
+HRESULT EventPrinter::Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*, unsigned*) {
+  HostEvent event{id, {}};
+  for (auto it = params.args.rbegin(); it != params.args.rend(); ++it) event.args.push_back(it->deref());
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
+  out_ << formatEvent(event, json_, elapsed.count()) << std::endl;  // each event as it comes
+  if (isEndMark(event)) endMarkSeen_ = true;
+  return S_OK;
+}
+
+}  // namespace tovport_cli

@@ -1,0 +1,72 @@
+// The host's event sink for requests: prints every event of the component as it comes, one line
+// each (readable or JSON), and tells when the request's end mark has arrived.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "automation/com.h"
+#include "automation/idispatch.h"
+#include "automation/variant.h"
+#include "command.h"
+
+namespace tov {
+class tovComPrtv3;
+}
+
+namespace tovport_cli {
+
+using tov::automation::VariantBool;
+
+// One event as raised: its DISPID and the values of its arguments, first argument first.
+struct HostEvent {
+  tov::automation::DISPID id = 0;
+  std::vector<tov::automation::Variant> args;
+};
+
+// The event as one JSON object ({"event":"PortAvailable","PortNr":1,"available":"pa_Available"})
+// or one readable line (PortAvailable PortNr=1 available=pa_Available), without a line end. Enum
+// values appear as member names; elapsed seconds, when not negative, follow last.
+std::string formatEvent(const HostEvent& event, bool json, double elapsedSeconds = -1);
+
+// DeviceDetected with dde_NoMoreDevices or PortAvailable with pa_NoMorePorts: the request is over.
+bool isEndMark(const HostEvent& event);
+
+class EventPrinter final : public tov::automation::IDispatch, public tov::automation::RefCounted {
+ public:
+  // Connected to component's events until disconnect(); elapsed times count from the connection.
+  static tov::automation::Ref<EventPrinter> connect(tov::tovComPrtv3& component, std::ostream& out, bool json);
+  void disconnect();
+
+  bool endMarkSeen() const { return endMarkSeen_; }
+  // Pumps the thread's messages until the end mark has come or timeoutSeconds have passed.
+  bool awaitEndMark(int timeoutSeconds);
+
+  tov::automation::HRESULT QueryInterface(const tov::automation::GUID& iid, void** out) override;
+  std::uint32_t AddRef() override { return addRefImpl(); }
+  std::uint32_t Release() override { return releaseImpl(); }
+  tov::automation::HRESULT GetIDsOfNames(std::u16string_view, tov::automation::DISPID*) override;
+  tov::automation::HRESULT Invoke(tov::automation::DISPID id, tov::automation::DispParams& params,
+                                  tov::automation::Variant* result, tov::automation::ExcepInfo* excep,
+                                  unsigned* argErr) override;
+
+ private:
+  EventPrinter(std::ostream& out, bool json) : out_(out), json_(json) {}
+
+  std::ostream& out_;
+  bool json_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  tov::automation::IDispatch* source_ = nullptr;
+  std::uint32_t cookie_ = 0;
+  bool endMarkSeen_ = false;
+};
+
+// Runs one request the way a host does: creates the component on this thread, connects a printer
+// to stdout, makes the call, then pumps until the end mark. Returns the exit code: 0 after the end
+// mark, 1 when the request was refused, 3 (after KillThreads) when no end mark came in time.
+int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request);
+
+}  // namespace tovport_cli
