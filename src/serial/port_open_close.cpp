@@ -2,6 +2,7 @@
 // guard and only open and close look at it; the other operations use whatever hCom holds.
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "component/tovcomprtv3.h"
