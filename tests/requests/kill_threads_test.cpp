@@ -1,5 +1,6 @@
 // KillThreads: the host's emergency stop of every worker, and the worker entry points.
 #include "automation/dispatch.h"
+#include "requests/request_support.h"
 #include "requests/request_test.h"
 #include "threads/worker_thread.h"
 
@@ -98,6 +99,17 @@ TEST_F(WorkersEntry, APortOutsideTheTableOnlyEndsTheWorkerOfThatName) {
   Variant zero(std::int16_t{0});
   EXPECT_NO_THROW(c_->VBclsDetectDevice(zero));  // no worker of that name: nothing at all
   EXPECT_TRUE(events_->events.empty());
+}
+
+TEST_F(WorkersEntry, APortWhoseWorkerExistsGetsNoSecondOne) {
+  device(5);
+  c_->Pending(5) = VariantBool::True;
+  requests::startPortWorker(*c_, 5, requests::kPortTestEntry);
+  EXPECT_NO_THROW(requests::startPortWorker(*c_, 5, requests::kPortTestEntry));
+  ASSERT_TRUE(pump([&] { return endMarks() == 1; }));
+  pumpAWhile();
+  EXPECT_EQ(serial_.port(5).openCount(), 1);
+  EXPECT_EQ(events_->events.size(), 2u);
 }
 
 TEST_F(WorkersEntry, TheEntryNamesAreMatchedWithoutRegardToCase) {
