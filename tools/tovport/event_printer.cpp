@@ -23,16 +23,6 @@ const EventDesc* describeEvent(DISPID id) {
   return nullptr;
 }
 
-// The member name of an enum value; the number itself when the enum has no such member.
-std::string memberName(std::string_view enumName, std::int32_t value) {
-  for (const auto& e : tov::typeLibrary().enums) {
-    if (e.name != enumName) continue;
-    for (const auto& [name, v] : e.members)
-      if (v == value) return std::string(name);
-  }
-  return std::to_string(value);
-}
-
 struct ArgText {
   std::string json;
   std::string readable;
@@ -56,6 +46,15 @@ ArgText argText(const ParamDesc& param, const Variant& value) {
 }
 
 }  // namespace
+
+std::string memberName(std::string_view enumName, std::int32_t value) {
+  for (const auto& e : tov::typeLibrary().enums) {
+    if (e.name != enumName) continue;
+    for (const auto& [name, v] : e.members)
+      if (v == value) return std::string(name);
+  }
+  return std::to_string(value);
+}
 
 std::string formatEvent(const HostEvent& event, bool json, double elapsedSeconds) {
   const EventDesc* desc = describeEvent(event.id);
@@ -105,7 +104,8 @@ bool EventPrinter::awaitEndMark(int timeoutSeconds) {
   return endMarkSeen_;
 }
 
-int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request) {
+int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request,
+               const RequestFinished& finished) {
   auto component = tov::tovComPrtv3::create();
   auto printer = EventPrinter::connect(*component, std::cout, options.json);
   struct Disconnect {
@@ -114,7 +114,10 @@ int runRequest(const HostOptions& options, const std::function<VariantBool(tov::
   } disconnectAtEnd{*printer};
 
   if (!isTrue(request(*component))) return 1;  // the refusal has been printed
-  if (printer->awaitEndMark(options.timeoutSeconds)) return 0;
+  if (printer->awaitEndMark(options.timeoutSeconds)) {
+    if (finished) finished(*component, printer->events());
+    return 0;
+  }
   component->KillThreads();
   std::cerr << "tovport: the request did not finish within " << options.timeoutSeconds
             << " s; every worker was stopped\n";
@@ -139,6 +142,7 @@ HRESULT EventPrinter::Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
   out_ << formatEvent(event, json_, elapsed.count()) << std::endl;  // each event as it comes
   if (isEndMark(event)) endMarkSeen_ = true;
+  events_.push_back(std::move(event));
   return S_OK;
 }
 

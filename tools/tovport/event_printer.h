@@ -27,6 +27,9 @@ struct HostEvent {
   std::vector<tov::automation::Variant> args;
 };
 
+// The member name of an enum value of the type library; the number itself when there is none.
+std::string memberName(std::string_view enumName, std::int32_t value);
+
 // The event as one JSON object ({"event":"PortAvailable","PortNr":1,"available":"pa_Available"})
 // or one readable line (PortAvailable PortNr=1 available=pa_Available), without a line end. Enum
 // values appear as member names; elapsed seconds, when not negative, follow last.
@@ -42,6 +45,8 @@ class EventPrinter final : public tov::automation::IDispatch, public tov::automa
   void disconnect();
 
   bool endMarkSeen() const { return endMarkSeen_; }
+  // Every event received so far, in order.
+  const std::vector<HostEvent>& events() const { return events_; }
   // Pumps the thread's messages until the end mark has come or timeoutSeconds have passed.
   bool awaitEndMark(int timeoutSeconds);
 
@@ -62,11 +67,15 @@ class EventPrinter final : public tov::automation::IDispatch, public tov::automa
   tov::automation::IDispatch* source_ = nullptr;
   std::uint32_t cookie_ = 0;
   bool endMarkSeen_ = false;
+  std::vector<HostEvent> events_;
 };
 
 // Runs one request the way a host does: creates the component on this thread, connects a printer
 // to stdout, makes the call, then pumps until the end mark. Returns the exit code: 0 after the end
 // mark, 1 when the request was refused, 3 (after KillThreads) when no end mark came in time.
-int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request);
+// finished, when given, runs after the end mark with the component and every event received.
+using RequestFinished = std::function<void(tov::tovComPrtv3&, const std::vector<HostEvent>&)>;
+int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request,
+               const RequestFinished& finished = {});
 
 }  // namespace tovport_cli
