@@ -2,47 +2,12 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
-dir=$(mktemp -d)
-# The helper opens two pseudo-terminals, publishes their slaves' paths and keeps them open: on
-# the first a phone answers AT+CGMI and AT+CGMM like an S65, the second stays silent.
-python3 -c '
-import os, pty, select, sys, time
-phone, phone_slave = pty.openpty()
-silent, silent_slave = pty.openpty()
-with open(sys.argv[1] + ".tmp", "w") as f:
-    f.write(os.ttyname(phone_slave) + "\n" + os.ttyname(silent_slave) + "\n")
-os.rename(sys.argv[1] + ".tmp", sys.argv[1])
-answers = {b"AT+CGMI": b"\r\nSIEMENS\r\n\r\nOK\r\n", b"AT+CGMM": b"\r\nS65\r\n\r\nOK\r\n"}
-heard = b""
-end = time.time() + 120
-while time.time() < end:
-    ready, _, _ = select.select([phone, silent], [], [], 0.1)
-    for fd in ready:
-        data = os.read(fd, 256)
-        if fd != phone:
-            continue
-        heard += data
-        while b"\r" in heard:
-            line, heard = heard.split(b"\r", 1)
-            for command, answer in answers.items():
-                if line.endswith(command):
-                    os.write(phone, answer)
-' "$dir/pts" &
-helper=$!
-cleanup() {
-  kill "$helper" 2>/dev/null || true
-  wait "$helper" 2>/dev/null || true
-  rm -rf "$dir"
-}
-trap cleanup EXIT
-
-for _ in $(seq 100); do
-  [ -s "$dir/pts" ] && break
-  sleep 0.05
-done
-[ -s "$dir/pts" ] || fail "the helper published no pseudo-terminal"
-phone=$(sed -n 1p "$dir/pts")
-silent=$(sed -n 2p "$dir/pts")
+# On the first pseudo-terminal a phone answers like an S65; the second stays silent.
+start_phone phone --echo off
+start_phone silent --silent
+phone=$PTY_phone
+silent=$PTY_silent
+dir=$work
 
 # COM1 is a plain serial port; COM3 the system lists by a modem driver's name only, so a
 # detection of it pauses before it sends (a list request skips it).

@@ -1,4 +1,5 @@
-# Helpers for the command-line tests: run "$TOVPORT" and check exit codes and output.
+# Helpers for the command-line and end-to-end tests: run the real executables, check exit codes
+# and output, and run simulated phones on pseudo-terminals.
 fail() { echo "FAIL: $*" >&2; exit 1; }
 # expect_exit CODE CMD...: runs CMD, keeps stdout in $out and stderr in $err.
 expect_exit() {
@@ -9,3 +10,34 @@ expect_exit() {
   [ "$got" -eq "$want" ] || fail "$* exited $got, expected $want; stdout: $out; stderr: $err"
 }
 expect_contains() { case "$1" in *"$2"*) ;; *) fail "expected '$2' in: $1" ;; esac; }
+# count_lines TEXT PATTERN: how many lines of TEXT contain PATTERN.
+count_lines() { printf '%s\n' "$1" | grep -c -- "$2" || true; }
+
+PHONE="${TOVPORT_BIN_DIR:-}/tovport-phone"
+work=$(mktemp -d)
+pids=()
+cleanup() {
+  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+# start_phone NAME [OPTION...]: runs tovport-phone in the background until the script ends and
+# sets PTY_<NAME> to the device a host should open.
+start_phone() {
+  local name=$1; shift
+  mkfifo "$work/$name.in"
+  "$PHONE" "$@" <"$work/$name.in" >"$work/$name.out" 2>"$work/$name.err" &
+  pids+=($!)
+  exec {keep}>"$work/$name.in"  # the phone runs while its stdin stays open
+  local tries=0
+  while [ ! -s "$work/$name.out" ]; do
+    tries=$((tries + 1)); [ $tries -gt 100 ] && fail "tovport-phone did not start: $(cat "$work/$name.err")"
+    sleep 0.05
+  done
+  printf -v "PTY_$name" '%s' "$(head -n 1 "$work/$name.out")"
+}
+
+# registry FILE: writes the .reg text given on stdin to $work/FILE and prints its path.
+registry() { cat >"$work/$1"; echo "$work/$1"; }

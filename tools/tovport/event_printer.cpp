@@ -82,8 +82,10 @@ bool isEndMark(const HostEvent& event) {
   return false;
 }
 
-Ref<EventPrinter> EventPrinter::connect(tov::tovComPrtv3& component, std::ostream& out, bool json) {
-  Ref<EventPrinter> printer(new EventPrinter(out, json));
+bool isExchangeEnd(const HostEvent& event) { return event.id == 1 || event.id == 2; }
+
+Ref<EventPrinter> EventPrinter::connect(tov::tovComPrtv3& component, std::ostream& out, bool json, EndTest ends) {
+  Ref<EventPrinter> printer(new EventPrinter(out, json, std::move(ends)));
   IDispatch& source = component;
   if (advise(source, tov::DIID___tovComPrtv3, *printer, &printer->cookie_) == S_OK) printer->source_ = &source;
   return printer;
@@ -94,14 +96,14 @@ void EventPrinter::disconnect() {
   source_ = nullptr;
 }
 
-bool EventPrinter::awaitEndMark(int timeoutSeconds) {
+bool EventPrinter::awaitEnd(int timeoutSeconds) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
   auto queue = tov::platform::MessageQueue::current();
-  while (!endMarkSeen_ && std::chrono::steady_clock::now() < end) {
+  while (!ended_ && std::chrono::steady_clock::now() < end) {
     queue->wait(100);
     tov::platform::PumpMessages();
   }
-  return endMarkSeen_;
+  return ended_;
 }
 
 int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request,
@@ -114,7 +116,7 @@ int runRequest(const HostOptions& options, const std::function<VariantBool(tov::
   } disconnectAtEnd{*printer};
 
   if (!isTrue(request(*component))) return 1;  // the refusal has been printed
-  if (printer->awaitEndMark(options.timeoutSeconds)) {
+  if (printer->awaitEnd(options.timeoutSeconds)) {
     if (finished) finished(*component, printer->events());
     return 0;
   }
@@ -141,7 +143,7 @@ HRESULT EventPrinter::Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*
   for (auto it = params.args.rbegin(); it != params.args.rend(); ++it) event.args.push_back(it->deref());
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
   out_ << formatEvent(event, json_, elapsed.count()) << std::endl;  // each event as it comes
-  if (isEndMark(event)) endMarkSeen_ = true;
+  if (ends_(event)) ended_ = true;
   events_.push_back(std::move(event));
   return S_OK;
 }

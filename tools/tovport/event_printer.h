@@ -37,18 +37,24 @@ std::string formatEvent(const HostEvent& event, bool json, double elapsedSeconds
 
 // DeviceDetected with dde_NoMoreDevices or PortAvailable with pa_NoMorePorts: the request is over.
 bool isEndMark(const HostEvent& event);
+// MsgReceived or MsgTimeout: a free-form exchange is over.
+bool isExchangeEnd(const HostEvent& event);
+
+// Which event ends what the host waits for.
+using EndTest = std::function<bool(const HostEvent&)>;
 
 class EventPrinter final : public tov::automation::IDispatch, public tov::automation::RefCounted {
  public:
   // Connected to component's events until disconnect(); elapsed times count from the connection.
-  static tov::automation::Ref<EventPrinter> connect(tov::tovComPrtv3& component, std::ostream& out, bool json);
+  static tov::automation::Ref<EventPrinter> connect(tov::tovComPrtv3& component, std::ostream& out, bool json,
+                                                    EndTest ends = isEndMark);
   void disconnect();
 
-  bool endMarkSeen() const { return endMarkSeen_; }
+  bool ended() const { return ended_; }
   // Every event received so far, in order.
   const std::vector<HostEvent>& events() const { return events_; }
-  // Pumps the thread's messages until the end mark has come or timeoutSeconds have passed.
-  bool awaitEndMark(int timeoutSeconds);
+  // Pumps the thread's messages until the ending event has come or timeoutSeconds have passed.
+  bool awaitEnd(int timeoutSeconds);
 
   tov::automation::HRESULT QueryInterface(const tov::automation::GUID& iid, void** out) override;
   std::uint32_t AddRef() override { return addRefImpl(); }
@@ -59,14 +65,15 @@ class EventPrinter final : public tov::automation::IDispatch, public tov::automa
                                   unsigned* argErr) override;
 
  private:
-  EventPrinter(std::ostream& out, bool json) : out_(out), json_(json) {}
+  EventPrinter(std::ostream& out, bool json, EndTest ends) : out_(out), json_(json), ends_(std::move(ends)) {}
 
   std::ostream& out_;
   bool json_;
+  EndTest ends_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   tov::automation::IDispatch* source_ = nullptr;
   std::uint32_t cookie_ = 0;
-  bool endMarkSeen_ = false;
+  bool ended_ = false;
   std::vector<HostEvent> events_;
 };
 
