@@ -5,6 +5,7 @@
 #include "automation/connection_point.h"
 #include "automation/convert.h"
 #include "automation/dispatch.h"
+#include "automation/dispatch_object.h"
 #include "component/guids.h"
 #include "component/tovcomprtv3.h"
 
@@ -12,24 +13,14 @@ using namespace tov;
 using namespace tov::automation;
 
 // Receives the component's events (DISPID 1 MsgTimeout, 2 MsgReceived, 3 DeviceDetected,
-// 4 PortAvailable) with every argument by reference, last argument first.
-class Sink final : public IDispatch, public RefCounted {
+// 4 PortAvailable), every argument by reference, first argument first.
+class Sink final : public EventSink {
  public:
-  HRESULT QueryInterface(const GUID& iid, void** out) override {
-    if (iid == IID_IUnknown || iid == IID_IDispatch || iid == DIID___tovComPrtv3) {
-      *out = static_cast<IDispatch*>(this);
-      AddRef();
-      return S_OK;
-    }
-    *out = nullptr;
-    return E_NOINTERFACE;
-  }
-  std::uint32_t AddRef() override { return addRefImpl(); }
-  std::uint32_t Release() override { return releaseImpl(); }
-  HRESULT GetIDsOfNames(std::u16string_view, DISPID*) override { return DISP_E_UNKNOWNNAME; }
-  HRESULT Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*, unsigned*) override {
-    std::cout << "event " << id << " with " << params.args.size() << " arguments\n";
-    return S_OK;
+  Sink() : EventSink(DIID___tovComPrtv3) {}
+
+ protected:
+  void onEvent(DISPID id, std::vector<Variant>& args) override {
+    std::cout << "event " << id << " with " << args.size() << " arguments\n";
   }
 };
 

@@ -2,18 +2,11 @@
 
 #include "automation/convert.h"
 #include "automation/runtime_error.h"
+#include "support/runtime_errors.h"
 
 namespace tov::automation {
 namespace {
 
-int errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const RuntimeError& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST(ConvertTextToInteger, AcceptsBlanksSignsAndRoundsHalfToEven) {
   EXPECT_EQ(textToI2(u"  42 "), 42);
@@ -34,26 +27,26 @@ TEST(ConvertTextToInteger, HexAndOctalAreBitPatternsOfTheTarget) {
   EXPECT_EQ(textToI4(u"&HFFFF"), 65535);
   EXPECT_EQ(textToI4(u"&HFFFFFFFF"), -1);
   EXPECT_EQ(textToI2(u"&O17"), 15);
-  EXPECT_EQ(errorOf([] { textToI2(u"&H10000"); }), kErrOverflow);
+  EXPECT_EQ(testing::errorNumberOf([] { textToI2(u"&H10000"); }), kErrOverflow);
 }
 
 TEST(ConvertTextToInteger, NoDigitsOrJunkIsTypeMismatch) {
   for (const char16_t* bad : {u"", u"   ", u"COM", u"M4", u"12x", u"1 2", u"-", u"&H", u"&HG", u"1e"}) {
-    EXPECT_EQ(errorOf([&] { textToI2(bad); }), kErrTypeMismatch) << toUtf8(bad);
+    EXPECT_EQ(testing::errorNumberOf([&] { textToI2(bad); }), kErrTypeMismatch) << toUtf8(bad);
   }
 }
 
 TEST(ConvertTextToInteger, OutOfRangeIsOverflow) {
-  EXPECT_EQ(errorOf([] { textToI2(u"32768"); }), kErrOverflow);
-  EXPECT_EQ(errorOf([] { textToI2(u"-32769"); }), kErrOverflow);
+  EXPECT_EQ(testing::errorNumberOf([] { textToI2(u"32768"); }), kErrOverflow);
+  EXPECT_EQ(testing::errorNumberOf([] { textToI2(u"-32769"); }), kErrOverflow);
   EXPECT_EQ(textToI2(u"-32768"), -32768);
-  EXPECT_EQ(errorOf([] { textToI4(u"2147483648"); }), kErrOverflow);
-  EXPECT_EQ(errorOf([] { textToI4(u"99999999999999999999999"); }), kErrOverflow);
+  EXPECT_EQ(testing::errorNumberOf([] { textToI4(u"2147483648"); }), kErrOverflow);
+  EXPECT_EQ(testing::errorNumberOf([] { textToI4(u"99999999999999999999999"); }), kErrOverflow);
 }
 
 TEST(ConvertVariant, NumbersNarrowWithOverflowCheck) {
   EXPECT_EQ(toI2(Variant(std::int32_t{-5})), -5);
-  EXPECT_EQ(errorOf([] { toI2(Variant(std::int32_t{40000})); }), kErrOverflow);
+  EXPECT_EQ(testing::errorNumberOf([] { toI2(Variant(std::int32_t{40000})); }), kErrOverflow);
   EXPECT_EQ(toI2(Variant(2.5)), 2);
   EXPECT_EQ(toI2(Variant()), 0);
   EXPECT_EQ(toI2(Variant(VariantBool::True)), -1);
@@ -65,7 +58,7 @@ TEST(ConvertVariant, BooleansAndText) {
   EXPECT_EQ(toBool(Variant(u"False")), VariantBool::False);
   EXPECT_EQ(toBool(Variant(u"7")), VariantBool::True);
   EXPECT_EQ(toBool(Variant(std::int16_t{0})), VariantBool::False);
-  EXPECT_EQ(errorOf([] { toBool(Variant(u"maybe")); }), kErrTypeMismatch);
+  EXPECT_EQ(testing::errorNumberOf([] { toBool(Variant(u"maybe")); }), kErrTypeMismatch);
   EXPECT_EQ(toText(Variant(VariantBool::True)), u"True");
   EXPECT_EQ(toText(Variant(std::int32_t{-42})), u"-42");
   EXPECT_EQ(toText(Variant(2.5)), u"2.5");
@@ -79,7 +72,7 @@ TEST(ConvertVariant, ReferencesConvertWhatTheyPointAt) {
   EXPECT_EQ(toText(ref), u"7");
   ref.assign(Variant(u"12"));
   EXPECT_EQ(port, 12);
-  EXPECT_EQ(errorOf([&] { ref.assign(Variant(u"x")); }), kErrTypeMismatch);
+  EXPECT_EQ(testing::errorNumberOf([&] { ref.assign(Variant(u"x")); }), kErrTypeMismatch);
   EXPECT_EQ(port, 12);
 }
 

@@ -1,28 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "automation/dispatch.h"
+#include "automation/dispatch_object.h"
 
 namespace tov::automation {
 namespace {
 
 // A small automation class described by a table, as the component is.
-class Calculator final : public IDispatch, public RefCounted {
+class Calculator final : public DispatchObject<Calculator> {
  public:
-  HRESULT QueryInterface(const GUID& iid, void** out) override {
-    if (iid == IID_IUnknown || iid == IID_IDispatch) {
-      *out = static_cast<IDispatch*>(this);
-      AddRef();
-      return S_OK;
-    }
-    return E_NOINTERFACE;
-  }
-  std::uint32_t AddRef() override { return addRefImpl(); }
-  std::uint32_t Release() override { return releaseImpl(); }
-  HRESULT GetIDsOfNames(std::u16string_view name, DISPID* id) override { return dispatcher().getIDsOfNames(name, id); }
-  HRESULT Invoke(DISPID id, DispParams& p, Variant* r, ExcepInfo* e, unsigned* argErr) override {
-    return dispatcher().invoke(*this, id, p, r, e, argErr);
-  }
-
   std::int32_t Add(std::int16_t a, std::int16_t b) { return a + b; }
   void Append(BStr& text, BStr suffix) { text += suffix; }
   BStr Greet(BStr name, BStr greeting) { return greeting + u", " + name; }
@@ -37,9 +23,6 @@ class Calculator final : public IDispatch, public RefCounted {
     };
     return table;
   }
-
- private:
-  static Dispatcher<Calculator> dispatcher() { return Dispatcher<Calculator>(methods()); }
 };
 
 TEST(Dispatch, NamesAreMatchedWithoutRegardToCase) {

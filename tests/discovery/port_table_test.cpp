@@ -6,20 +6,13 @@
 #include "component/tovcomprtv3.h"
 #include "discovery/discovery_test_support.h"
 #include "discovery/port_table.h"
+#include "support/runtime_errors.h"
 
 namespace tov::discovery::test {
 namespace {
 
 using automation::RuntimeError;
 
-int errorNumber(auto&& call) {
-  try {
-    call();
-  } catch (const RuntimeError& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST(DiscoveryPortNumberFromName, NamesToNumbers) {
   EXPECT_EQ(PortNumberFromName(u"COM12"), 12);
@@ -27,10 +20,10 @@ TEST(DiscoveryPortNumberFromName, NamesToNumbers) {
   EXPECT_EQ(PortNumberFromName(u"COM 5 "), 5);
   EXPECT_EQ(PortNumberFromName(u"LPT1"), 0);
   EXPECT_EQ(PortNumberFromName(u""), 0);
-  EXPECT_EQ(errorNumber([] { PortNumberFromName(u"COM"); }), 13);
-  EXPECT_EQ(errorNumber([] { PortNumberFromName(u"COMx"); }), 13);
-  EXPECT_EQ(errorNumber([] { PortNumberFromName(u"xCOM4"); }), 13);  // "M4" remains
-  EXPECT_EQ(errorNumber([] { PortNumberFromName(u"COM40000"); }), 6);
+  EXPECT_EQ(testing::errorNumberOf([] { PortNumberFromName(u"COM"); }), 13);
+  EXPECT_EQ(testing::errorNumberOf([] { PortNumberFromName(u"COMx"); }), 13);
+  EXPECT_EQ(testing::errorNumberOf([] { PortNumberFromName(u"xCOM4"); }), 13);  // "M4" remains
+  EXPECT_EQ(testing::errorNumberOf([] { PortNumberFromName(u"COM40000"); }), 6);
 }
 
 using DiscoveryDriver = DiscoveryTest;
@@ -131,10 +124,10 @@ TEST_F(DiscoveryGetComPortType, DiscoveryRunsOncePerThreadUntilARefresh) {
 
 TEST_F(DiscoveryGetComPortType, PortsOutsideTheTableFailWithError9AfterDiscovery) {
   auto component = tovComPrtv3::create();
-  EXPECT_EQ(errorNumber([&] { component->GetComPortType(0); }), 9);
+  EXPECT_EQ(testing::errorNumberOf([&] { component->GetComPortType(0); }), 9);
   EXPECT_EQ(discoveryRuns(), 1);
   EXPECT_TRUE(PortTableFilled());
-  EXPECT_EQ(errorNumber([&] { component->GetComPortType(33); }), 9);
+  EXPECT_EQ(testing::errorNumberOf([&] { component->GetComPortType(33); }), 9);
   EXPECT_EQ(discoveryRuns(), 1);
 }
 
@@ -144,10 +137,10 @@ TEST_F(DiscoveryGetComPortType, AnUnconvertiblePortNameEndsDiscoveryUnfilled) {
 "\\Device\\Serial1"="COMx"
 )");
   auto component = tovComPrtv3::create();
-  EXPECT_EQ(errorNumber([&] { component->GetComPortType(1); }), 13);
+  EXPECT_EQ(testing::errorNumberOf([&] { component->GetComPortType(1); }), 13);
   EXPECT_FALSE(PortTableFilled());
   EXPECT_EQ(kind(1), cptUnknown);  // what the run did before the error stays
-  EXPECT_EQ(errorNumber([&] { component->GetComPortType(1); }), 13);
+  EXPECT_EQ(testing::errorNumberOf([&] { component->GetComPortType(1); }), 13);
   EXPECT_EQ(std::count(traces.begin(), traces.end(), u"getRegisteredPortsNT"), 2);
 }
 

@@ -4,11 +4,13 @@
 #include "component/mod_public.h"
 #include "component/tovcomprtv3.h"
 #include "support/event_recorder.h"
+#include "support/runtime_errors.h"
 
 namespace tov {
 namespace {
 
 using namespace automation;
+using testing::errorNumberOf;
 
 class EventRaisers : public ::testing::Test {
  protected:
@@ -20,19 +22,11 @@ class EventRaisers : public ::testing::Test {
   Ref<testing::EventRecorder> recorder_ = testing::EventRecorder::connect(*c_);
 };
 
-int errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const RuntimeError& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST_F(EventRaisers, OutcomeWithThreeArgumentsRaisesWithoutApnThenTheEndMark) {
   c_->Pending(4) = VariantBool::True;
   // No request made a controller, so asking it for the worker fails after the events.
-  EXPECT_EQ(errorOf([&] {
+  EXPECT_EQ(errorNumberOf([&] {
               callByName(*c_, u"fireEventDeviceDetected", {std::int16_t{4}, std::int32_t{dtNone}, std::int32_t{dde_Timeout}});
             }),
             kErrObjectNotSet);
@@ -49,16 +43,16 @@ TEST_F(EventRaisers, OutcomeWithThreeArgumentsRaisesWithoutApnThenTheEndMark) {
 TEST_F(EventRaisers, NoEndMarkWhileAnotherPortIsPending) {
   c_->Pending(1) = VariantBool::True;
   c_->Pending(3) = VariantBool::True;
-  errorOf([&] { c_->fireEventDeviceDetected(3, dtNone, dde_CouldNotOpenPort); });
+  errorNumberOf([&] { c_->fireEventDeviceDetected(3, dtNone, dde_CouldNotOpenPort); });
   ASSERT_EQ(recorder_->events.size(), 1u);
   EXPECT_EQ(c_->Pending(3), VariantBool::False);
   EXPECT_EQ(c_->Pending(1), VariantBool::True);
 }
 
 TEST_F(EventRaisers, PortOutsideTheTableFailsAfterTheFirstRaise) {
-  EXPECT_EQ(errorOf([&] { c_->fireEventDeviceDetected(33, dtNone, dde_Timeout); }), kErrSubscript);
+  EXPECT_EQ(errorNumberOf([&] { c_->fireEventDeviceDetected(33, dtNone, dde_Timeout); }), kErrSubscript);
   EXPECT_EQ(recorder_->events.size(), 1u);
-  EXPECT_EQ(errorOf([&] { c_->fireEventPortAvailable(0, pa_Available); }), kErrSubscript);
+  EXPECT_EQ(errorNumberOf([&] { c_->fireEventPortAvailable(0, pa_Available); }), kErrSubscript);
   EXPECT_EQ(recorder_->events.size(), 2u);
 }
 
@@ -66,7 +60,7 @@ TEST_F(EventRaisers, AHandlerThatChangesThePortNumberRedirectsTheClearing) {
   c_->Pending(5) = VariantBool::True;
   c_->Pending(6) = VariantBool::True;
   recorder_->handler = [](DISPID, std::vector<Variant>& args) { args[0].assign(Variant(std::int16_t{6})); };
-  errorOf([&] { c_->fireEventPortAvailable(5, pa_Available); });
+  errorNumberOf([&] { c_->fireEventPortAvailable(5, pa_Available); });
   EXPECT_EQ(c_->Pending(5), VariantBool::True);
   EXPECT_EQ(c_->Pending(6), VariantBool::False);
 }

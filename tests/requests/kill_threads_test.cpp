@@ -114,15 +114,15 @@ TEST_F(WorkersEntry, APortWhoseWorkerExistsGetsNoSecondOne) {
 
 TEST_F(WorkersEntry, TheEntryNamesAreMatchedWithoutRegardToCase) {
   // No worker 2 is registered: the call reaches the method, which finds no object to call.
-  EXPECT_EQ(errorOf([&] { callByName(*c_, u"VBclsdetectDevice", {Variant(u"2")}); }), kErrObjectNotSet);
+  EXPECT_EQ(errorNumberOf([&] { callByName(*c_, u"VBclsdetectDevice", {Variant(u"2")}); }), kErrObjectNotSet);
 }
 
 TEST_F(WorkersEntry, ConversionAndMissingControllerErrors) {
-  EXPECT_EQ(errorOf([&] { callByName(*c_, u"VBclsDetectDevice", {Variant(u"two")}); }), kErrTypeMismatch);
-  EXPECT_EQ(errorOf([&] { callByName(*c_, u"VBclsPortTest", {Variant(std::int32_t{70000})}); }), kErrOverflow);
+  EXPECT_EQ(errorNumberOf([&] { callByName(*c_, u"VBclsDetectDevice", {Variant(u"two")}); }), kErrTypeMismatch);
+  EXPECT_EQ(errorNumberOf([&] { callByName(*c_, u"VBclsPortTest", {Variant(std::int32_t{70000})}); }), kErrOverflow);
   c_->Worker.reset();
   Variant three(std::int16_t{3});
-  EXPECT_EQ(errorOf([&] { c_->VBclsPortTest(three); }), kErrObjectNotSet);
+  EXPECT_EQ(errorNumberOf([&] { c_->VBclsPortTest(three); }), kErrObjectNotSet);
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ TEST_F(RequestDetectFromList, EntriesOutsideTheTableMatchNoPort) {
 TEST_F(RequestDetectFromList, AnEmptyEntryFailsAtTheFirstTestedPortLeavingItsFlagSet) {
   setKinds({{1, cptSerial}, {3, cptSerial}});
   device(1);
-  EXPECT_EQ(errorOf([&] { detect(u"1;;3"); }), automation::kErrTypeMismatch);
+  EXPECT_EQ(errorNumberOf([&] { detect(u"1;;3"); }), automation::kErrTypeMismatch);
   EXPECT_TRUE(events_->events.empty());
   EXPECT_EQ(c_->Pending(1), VariantBool::True);
   EXPECT_EQ(c_->Pending(3), VariantBool::False);
@@ -91,9 +91,9 @@ TEST_F(RequestDetectFromList, ConversionFailuresComeOnlyWithATestedPort) {
   EXPECT_EQ(detect(u"COM3;"), VariantBool::True) << "no port of a tested kind, nothing converted";
   events_->events.clear();
   setKinds({{7, cptSerial}});
-  EXPECT_EQ(errorOf([&] { detect(u"COM3"); }), automation::kErrTypeMismatch);
-  EXPECT_EQ(errorOf([&] { detect(u"40000"); }), automation::kErrOverflow);
-  EXPECT_EQ(errorOf([&] { detect(u"3;"); }), automation::kErrTypeMismatch);
+  EXPECT_EQ(errorNumberOf([&] { detect(u"COM3"); }), automation::kErrTypeMismatch);
+  EXPECT_EQ(errorNumberOf([&] { detect(u"40000"); }), automation::kErrOverflow);
+  EXPECT_EQ(errorNumberOf([&] { detect(u"3;"); }), automation::kErrTypeMismatch);
   EXPECT_TRUE(events_->events.empty());
   EXPECT_EQ(c_->IsPending(), VariantBool::False);
 }

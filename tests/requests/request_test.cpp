@@ -7,6 +7,7 @@
 #include "discovery/port_table.h"
 #include "platform/message_queue.h"
 #include "threads/worker_thread.h"
+#include "support/runtime_errors.h"
 
 namespace tov::testing {
 
@@ -52,14 +53,6 @@ std::string RequestTest::describeAll() const {
   return all;
 }
 
-int errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const automation::RuntimeError& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 bool workersEnd() {
   for (int i = 0; i < 400 && threads::runningWorkerCount() != 0; ++i)

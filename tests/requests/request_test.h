@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "detection/simulated_phone_test.h"
+#include "support/runtime_errors.h"
 
 namespace tov::testing {
 
@@ -30,7 +31,6 @@ class RequestTest : public SimulatedPhoneTest {
 };
 
 // Error number of a run-time error thrown by f, 0 when none.
-int errorOf(const std::function<void()>& f);
 // Waits in real time (bounded) for every worker thread of the process to end.
 bool workersEnd();
 

@@ -37,25 +37,13 @@ void EventRecorder::disconnect() {
   source_ = nullptr;
 }
 
-HRESULT EventRecorder::QueryInterface(const GUID& iid, void** out) {
-  if (iid == IID_IUnknown || iid == IID_IDispatch || iid == DIID___tovComPrtv3) {
-    *out = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-  }
-  *out = nullptr;
-  return E_NOINTERFACE;
-}
+EventRecorder::EventRecorder() : EventSink(DIID___tovComPrtv3) {}
 
-HRESULT EventRecorder::GetIDsOfNames(std::u16string_view, DISPID*) { return DISP_E_UNKNOWNNAME; }
-
-HRESULT EventRecorder::Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*, unsigned*) {
-  std::vector<Variant> args(params.args.rbegin(), params.args.rend());
+void EventRecorder::onEvent(DISPID id, std::vector<Variant>& args) {
   if (handler) handler(id, args);
   RecordedEvent e{id, {}};
   for (const auto& a : args) e.args.push_back(a.deref());
   events.push_back(std::move(e));
-  return S_OK;
 }
 
 std::vector<RecordedEvent> EventRecorder::ofType(DISPID id) const {

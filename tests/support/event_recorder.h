@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "automation/connection_point.h"
+#include "automation/dispatch_object.h"
 #include "automation/variant.h"
 #include "component/tovcomprtv3.h"
 
@@ -25,17 +26,10 @@ struct RecordedEvent {
   std::string describe() const;            // "DeviceDetected(3, BenQ-Siemens S65, True, 154, 0)"
 };
 
-class EventRecorder final : public automation::IDispatch, public automation::RefCounted {
+class EventRecorder final : public automation::EventSink {
  public:
   // Creates a recorder connected to component's event interface.
   static automation::Ref<EventRecorder> connect(tovComPrtv3& component);
-
-  automation::HRESULT QueryInterface(const automation::GUID& iid, void** out) override;
-  std::uint32_t AddRef() override { return addRefImpl(); }
-  std::uint32_t Release() override { return releaseImpl(); }
-  automation::HRESULT GetIDsOfNames(std::u16string_view, automation::DISPID*) override;
-  automation::HRESULT Invoke(automation::DISPID id, automation::DispParams& params, automation::Variant* result,
-                             automation::ExcepInfo* excep, unsigned* argErr) override;
 
   std::vector<RecordedEvent> events;
   // Runs inside each event with the by-reference arguments (first argument first).
@@ -44,7 +38,11 @@ class EventRecorder final : public automation::IDispatch, public automation::Ref
   std::vector<RecordedEvent> ofType(automation::DISPID id) const;
   void disconnect();
 
+ protected:
+  void onEvent(automation::DISPID id, std::vector<automation::Variant>& args) override;
+
  private:
+  EventRecorder();
   tovComPrtv3* source_ = nullptr;
   std::uint32_t cookie_ = 0;
 };

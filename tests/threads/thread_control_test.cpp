@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "automation/dispatch.h"
+#include "automation/dispatch_object.h"
 #include "platform/message_queue.h"
 #include "threads/thread_control.h"
 #include "threads/worker_thread.h"
@@ -17,22 +18,14 @@ using namespace automation;
 using namespace std::chrono_literals;
 
 // A target that records the calls its workers make.
-class Probe final : public IDispatch, public RefCounted {
+class Probe final : public DispatchObject<Probe> {
  public:
-  HRESULT QueryInterface(const GUID& iid, void** out) override {
-    if (iid == IID_IUnknown || iid == IID_IDispatch) {
-      *out = static_cast<IDispatch*>(this);
-      AddRef();
-      return S_OK;
-    }
-    *out = nullptr;
-    return E_NOINTERFACE;
-  }
-  std::uint32_t AddRef() override { return addRefImpl(); }
-  std::uint32_t Release() override { return releaseImpl(); }
-  HRESULT GetIDsOfNames(std::u16string_view name, DISPID* id) override { return dispatcher().getIDsOfNames(name, id); }
-  HRESULT Invoke(DISPID id, DispParams& p, Variant* r, ExcepInfo* e, unsigned* argErr) override {
-    return dispatcher().invoke(*this, id, p, r, e, argErr);
+  static const std::vector<MethodDesc<Probe>>& methods() {
+    static const std::vector<MethodDesc<Probe>> table = {
+        method<&Probe::Visit>("Visit", 1, {"Port"}),
+        method<&Probe::Fail>("Fail", 2, {"Port"}),
+    };
+    return table;
   }
 
   void Visit(Variant& Port) {
@@ -46,15 +39,6 @@ class Probe final : public IDispatch, public RefCounted {
   std::vector<std::int16_t> ports;
   std::vector<std::thread::id> threadsSeen;
   std::function<void(std::int16_t)> inside;
-
- private:
-  static Dispatcher<Probe> dispatcher() {
-    static const std::vector<MethodDesc<Probe>> table = {
-        method<&Probe::Visit>("Visit", 1, {"Port"}),
-        method<&Probe::Fail>("Fail", 2, {"Port"}),
-    };
-    return Dispatcher<Probe>(table);
-  }
 };
 
 // Real time, bounded: worker threads need a moment to post their calls.

@@ -126,26 +126,16 @@ int runRequest(const HostOptions& options, const std::function<VariantBool(tov::
   return 3;
 }
 
-HRESULT EventPrinter::QueryInterface(const GUID& iid, void** out) {
-  if (iid == IID_IUnknown || iid == IID_IDispatch || iid == tov::DIID___tovComPrtv3) {
-    *out = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-  }
-  *out = nullptr;
-  return E_NOINTERFACE;
-}
+EventPrinter::EventPrinter(std::ostream& out, bool json, EndTest ends)
+    : EventSink(tov::DIID___tovComPrtv3), out_(out), json_(json), ends_(std::move(ends)) {}
 
-HRESULT EventPrinter::GetIDsOfNames(std::u16string_view, DISPID*) { return DISP_E_UNKNOWNNAME; }
-
-HRESULT EventPrinter::Invoke(DISPID id, DispParams& params, Variant*, ExcepInfo*, unsigned*) {
+void EventPrinter::onEvent(DISPID id, std::vector<Variant>& args) {
   HostEvent event{id, {}};
-  for (auto it = params.args.rbegin(); it != params.args.rend(); ++it) event.args.push_back(it->deref());
+  for (const auto& a : args) event.args.push_back(a.deref());
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
   out_ << formatEvent(event, json_, elapsed.count()) << std::endl;  // each event as it comes
   if (ends_(event)) ended_ = true;
   events_.push_back(std::move(event));
-  return S_OK;
 }
 
 }  // namespace tovport_cli

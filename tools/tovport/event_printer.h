@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "automation/com.h"
-#include "automation/idispatch.h"
+#include "automation/dispatch_object.h"
 #include "automation/variant.h"
 #include "command.h"
 
@@ -43,7 +43,7 @@ bool isExchangeEnd(const HostEvent& event);
 // Which event ends what the host waits for.
 using EndTest = std::function<bool(const HostEvent&)>;
 
-class EventPrinter final : public tov::automation::IDispatch, public tov::automation::RefCounted {
+class EventPrinter final : public tov::automation::EventSink {
  public:
   // Connected to component's events until disconnect(); elapsed times count from the connection.
   static tov::automation::Ref<EventPrinter> connect(tov::tovComPrtv3& component, std::ostream& out, bool json,
@@ -56,16 +56,11 @@ class EventPrinter final : public tov::automation::IDispatch, public tov::automa
   // Pumps the thread's messages until the ending event has come or timeoutSeconds have passed.
   bool awaitEnd(int timeoutSeconds);
 
-  tov::automation::HRESULT QueryInterface(const tov::automation::GUID& iid, void** out) override;
-  std::uint32_t AddRef() override { return addRefImpl(); }
-  std::uint32_t Release() override { return releaseImpl(); }
-  tov::automation::HRESULT GetIDsOfNames(std::u16string_view, tov::automation::DISPID*) override;
-  tov::automation::HRESULT Invoke(tov::automation::DISPID id, tov::automation::DispParams& params,
-                                  tov::automation::Variant* result, tov::automation::ExcepInfo* excep,
-                                  unsigned* argErr) override;
+ protected:
+  void onEvent(tov::automation::DISPID id, std::vector<tov::automation::Variant>& args) override;
 
  private:
-  EventPrinter(std::ostream& out, bool json, EndTest ends) : out_(out), json_(json), ends_(std::move(ends)) {}
+  EventPrinter(std::ostream& out, bool json, EndTest ends);
 
   std::ostream& out_;
   bool json_;
