@@ -26,9 +26,9 @@ std::array<char16_t, 256> makeUpperWeights() {
   return weights;
 }
 
-char16_t weight(char c) {
+const std::array<char16_t, 256>& upperWeights() {
   static const std::array<char16_t, 256> weights = makeUpperWeights();
-  return weights[static_cast<unsigned char>(c)];
+  return weights;
 }
 
 // Handles are unique across every Registry of the process, so a handle kept from a registry that
@@ -52,10 +52,11 @@ auto childPosition(const std::vector<std::shared_ptr<RegKeyNode>>& children, std
 }  // namespace
 
 int compareRegNames(std::string_view a, std::string_view b) {
+  const auto& weight = upperWeights();  // looked up once per comparison: this is discovery's hot loop
   const std::size_t common = std::min(a.size(), b.size());
   for (std::size_t i = 0; i < common; ++i) {
-    const char16_t wa = weight(a[i]);
-    const char16_t wb = weight(b[i]);
+    const char16_t wa = weight[static_cast<unsigned char>(a[i])];
+    const char16_t wb = weight[static_cast<unsigned char>(b[i])];
     if (wa != wb) return wa < wb ? -1 : 1;
   }
   if (a.size() == b.size()) return 0;
