@@ -9,6 +9,7 @@
 #include "automation/dispatch_object.h"
 #include "platform/message_queue.h"
 #include "threads/thread_control.h"
+#include "support/runtime_errors.h"
 #include "threads/worker_thread.h"
 
 namespace tov::threads {
@@ -16,6 +17,7 @@ namespace {
 
 using namespace automation;
 using namespace std::chrono_literals;
+using testing::errorNumberOf;
 
 // A target that records the calls its workers make.
 class Probe final : public DispatchObject<Probe> {
@@ -54,20 +56,23 @@ class ThreadControlTest : public ::testing::Test {
  protected:
   void TearDown() override {
     control_.reset();
-    EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; })) << "workers left running";
+    EXPECT_TRUE(allEnded()) << "workers left running";
   }
 
-  void start(std::int16_t port, const char16_t* method = u"Visit") {
-    BStr name = numberText(std::int64_t{port});
+  // Starts worker <value> calling method(value) on the probe; the worker copies value.
+  void start(std::int16_t& value, const char16_t* method) {
+    BStr name = numberText(std::int64_t{value}), methodName = method;
     Ref<IDispatch> target(probe_.get());
-    BStr methodName = method;
-    std::int16_t value = port;
     Variant argument = Variant::byRef(&value);
     control_->StartThread(name, target, methodName, argument);
   }
-  VariantBool exists(const char16_t* name) {
+  void start(std::int16_t port) {
+    std::int16_t value = port;
+    start(value, u"Visit");
+  }
+  bool exists(const char16_t* name, ThreadControl* control = nullptr) {
     BStr n = name;
-    return control_->ThreadExists(n);
+    return isTrue((control ? control : control_.get())->ThreadExists(n));
   }
   void kill(const char16_t* name) {
     BStr n = name;
@@ -80,7 +85,8 @@ class ThreadControlTest : public ::testing::Test {
       return probe_->ports.size() >= n;
     });
   }
-  bool callQueued() { return eventually([] { return platform::MessageQueue::current()->hasWaiting(); }); }
+  static bool callQueued() { return eventually([] { return platform::MessageQueue::current()->hasWaiting(); }); }
+  static bool allEnded() { return eventually([] { return runningWorkerCount() == 0; }); }
 
   Ref<Probe> probe_{new Probe()};
   Ref<ThreadControl> control_ = ThreadControl::create();
@@ -88,119 +94,63 @@ class ThreadControlTest : public ::testing::Test {
 
 using ThreadControlCalls = ThreadControlTest;
 
-TEST_F(ThreadControlCalls, TheCallRunsOnTheStartingThreadAndOnlyWhenItPumps) {
-  start(7);
+TEST_F(ThreadControlCalls, TheCallRunsOnTheStartingThreadOnlyWhenItPumpsWithACopyOfTheArgument) {
+  std::int16_t port = 7;
+  start(port, u"vISIT");  // method names are matched without regard to case
+  port = 6;
   ASSERT_TRUE(callQueued());
   EXPECT_TRUE(probe_->ports.empty());
   ASSERT_TRUE(pumpUntilCalls(1));
   EXPECT_EQ(probe_->ports, std::vector<std::int16_t>{7});
   EXPECT_EQ(probe_->threadsSeen[0], std::this_thread::get_id());
-}
-
-TEST_F(ThreadControlCalls, TheMethodNameIsMatchedWithoutRegardToCase) {
-  start(3, u"vISIT");
-  ASSERT_TRUE(pumpUntilCalls(1));
-  EXPECT_EQ(probe_->ports[0], 3);
-}
-
-TEST_F(ThreadControlCalls, TheWorkerPassesItsOwnCopyOfTheArgument) {
-  BStr name = u"5";
-  Ref<IDispatch> target(probe_.get());
-  BStr methodName = u"Visit";
-  std::int16_t port = 5;
-  Variant argument = Variant::byRef(&port);
-  control_->StartThread(name, target, methodName, argument);
-  port = 6;  // the worker copied the value when it was started
-  ASSERT_TRUE(pumpUntilCalls(1));
-  EXPECT_EQ(probe_->ports[0], 5);
   EXPECT_EQ(port, 6) << "the callee's write-back went to the caller's variable";
 }
 
 TEST_F(ThreadControlCalls, AnErrorOfTheCallEndsTheWorkerAndStaysOutOfThePump) {
-  start(2, u"Fail");
+  std::int16_t port = 2;
+  start(port, u"Fail");
   ASSERT_TRUE(callQueued());
   EXPECT_NO_THROW(platform::PumpMessages());
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; }));
-  EXPECT_TRUE(isTrue(exists(u"2")));
-}
-
-TEST_F(ThreadControlCalls, ManyWorkersCallOnceEach) {
-  for (std::int16_t p = 1; p <= 32; ++p) start(p);
-  ASSERT_TRUE(pumpUntilCalls(32));
-  std::vector<std::int16_t> ports = probe_->ports;
-  std::sort(ports.begin(), ports.end());
-  for (std::int16_t p = 1; p <= 32; ++p) EXPECT_EQ(ports[static_cast<std::size_t>(p - 1)], p);
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; }));
+  EXPECT_TRUE(allEnded());
+  EXPECT_TRUE(exists(u"2"));
 }
 
 using ThreadControlNames = ThreadControlTest;
 
-TEST_F(ThreadControlNames, ANameIsKnownFromTheStartUntilItIsKilled) {
-  EXPECT_FALSE(isTrue(exists(u"4")));
+TEST_F(ThreadControlNames, ANameIsKnownToItsControllerFromTheStartUntilItIsKilled) {
+  EXPECT_FALSE(exists(u"4"));
   start(4);
-  EXPECT_TRUE(isTrue(exists(u"4")));
-  ASSERT_TRUE(pumpUntilCalls(1));
-  EXPECT_TRUE(isTrue(exists(u"4"))) << "a worker whose call has returned stays registered";
-  kill(u"4");
-  EXPECT_FALSE(isTrue(exists(u"4")));
-  kill(u"4");  // ending an unknown name does nothing
-}
-
-TEST_F(ThreadControlNames, ThreadObjectIsTheTargetWhileTheCallIsOutstanding) {
-  IDispatch* seenInside = nullptr;
-  probe_->inside = [&](std::int16_t) {
-    BStr name = u"9";
-    seenInside = control_->ThreadObject(name).get();
-  };
-  start(9);
-  BStr name = u"9";
-  EXPECT_EQ(control_->ThreadObject(name).get(), static_cast<IDispatch*>(probe_.get()));
-  ASSERT_TRUE(pumpUntilCalls(1));
-  EXPECT_EQ(seenInside, static_cast<IDispatch*>(probe_.get()));
-  EXPECT_FALSE(control_->ThreadObject(name)) << "a finished worker keeps no reference to its target";
-  BStr unknown = u"10";
-  EXPECT_FALSE(control_->ThreadObject(unknown));
-}
-
-TEST_F(ThreadControlNames, NamesBelongToTheControllerThatStartedThem) {
-  start(1);
+  EXPECT_TRUE(exists(u"4"));
   auto other = ThreadControl::create();
-  BStr name = u"1";
-  EXPECT_FALSE(isTrue(other->ThreadExists(name)));
-  other->KillThread(name);
-  EXPECT_TRUE(isTrue(exists(u"1")));
+  BStr name = u"4";
+  other->KillThread(name);  // names belong to the controller that started them
+  EXPECT_FALSE(exists(u"4", other.get()));
   ASSERT_TRUE(pumpUntilCalls(1));
+  EXPECT_TRUE(exists(u"4")) << "a worker whose call has returned stays registered";
+  kill(u"4");
+  EXPECT_FALSE(exists(u"4"));
+  kill(u"4");  // ending an unknown name does nothing
 }
 
 TEST_F(ThreadControlNames, ANameCannotBeStartedTwiceNorWithoutATarget) {
   start(8);
-  try {
-    start(8);
-    FAIL() << "second start accepted";
-  } catch (const RuntimeError& e) {
-    EXPECT_EQ(e.number(), kErrInvalidCall);
-  }
+  EXPECT_EQ(errorNumberOf([&] { start(8); }), kErrInvalidCall);
   BStr name = u"11", methodName = u"Visit";
   Ref<IDispatch> nothing;
   Variant argument(std::int16_t{11});
-  try {
-    control_->StartThread(name, nothing, methodName, argument);
-    FAIL() << "started without a target";
-  } catch (const RuntimeError& e) {
-    EXPECT_EQ(e.number(), kErrObjectNotSet);
-  }
-  EXPECT_FALSE(isTrue(exists(u"11")));
+  EXPECT_EQ(errorNumberOf([&] { control_->StartThread(name, nothing, methodName, argument); }), kErrObjectNotSet);
+  EXPECT_FALSE(exists(u"11"));
   ASSERT_TRUE(pumpUntilCalls(1));
   EXPECT_EQ(probe_->ports.size(), 1u);
 }
 
 using ThreadControlEnding = ThreadControlTest;
 
-TEST_F(ThreadControlEnding, AWorkerKilledBeforeItsCallRunsNeverCalls) {
+TEST_F(ThreadControlEnding, AWorkerKilledWhileItsCallWaitsNeverCalls) {
   start(6);
   ASSERT_TRUE(callQueued());
   kill(u"6");
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; })) << "the waiting worker was not interrupted";
+  EXPECT_TRUE(allEnded()) << "the waiting worker was not interrupted";
   platform::PumpMessages();
   EXPECT_TRUE(probe_->ports.empty());
   EXPECT_EQ(probe_->refCount(), 1u) << "the dropped call still holds the target";
@@ -214,26 +164,16 @@ TEST_F(ThreadControlEnding, AWorkerKilledInsideItsOwnCallEndsWithoutDeadlock) {
   };
   start(12);
   ASSERT_TRUE(pumpUntilCalls(1));
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; }));
+  EXPECT_TRUE(allEnded());
 }
 
-TEST_F(ThreadControlEnding, ReleasingTheControllerInsideACallEndsTheOtherWorkers) {
+TEST_F(ThreadControlEnding, ReleasingTheControllerEndsTheOtherWorkersAndDropsTheirCalls) {
   probe_->inside = [&](std::int16_t) { control_.reset(); };
-  start(1);
-  start(2);
+  for (std::int16_t p = 1; p <= 3; ++p) start(p);
   ASSERT_TRUE(pumpUntilCalls(1));
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; }));
+  EXPECT_TRUE(allEnded());
   platform::PumpMessages();
   EXPECT_EQ(probe_->ports.size(), 1u);
-}
-
-TEST_F(ThreadControlEnding, DestroyingTheControllerDropsTheCallsNotYetRun) {
-  for (std::int16_t p = 1; p <= 3; ++p) start(p);
-  ASSERT_TRUE(callQueued());
-  control_.reset();
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; }));
-  platform::PumpMessages();
-  EXPECT_TRUE(probe_->ports.empty());
 }
 
 TEST_F(ThreadControlEnding, AWorkerWhoseTargetThreadEndsIsReleased) {
@@ -245,7 +185,7 @@ TEST_F(ThreadControlEnding, AWorkerWhoseTargetThreadEndsIsReleased) {
     control->StartThread(name, target, methodName, argument);
   });  // ends without ever pumping
   apartment.join();
-  EXPECT_TRUE(eventually([] { return runningWorkerCount() == 0; }));
+  EXPECT_TRUE(allEnded());
   EXPECT_TRUE(probe_->ports.empty());
   EXPECT_TRUE(eventually([&] { return probe_->refCount() == 1u; }));
 }

@@ -1,12 +1,13 @@
+// The per-port deadlines (whole seconds of the local clock) and starting and stopping the
+// per-port timers.
 #include <gtest/gtest.h>
-
-#include <set>
 
 #include "component/debug_log.h"
 #include "component/mod_public.h"
 #include "component/tovcomprtv3.h"
 #include "platform/clock.h"
 #include "platform/message_queue.h"
+#include "support/runtime_errors.h"
 #include "timers/timer_procs.h"
 
 namespace tov {
@@ -14,7 +15,9 @@ namespace {
 
 using namespace automation;
 
-class PortTimersStartStop : public ::testing::Test {
+constexpr double kSecond = 1.0 / 86400.0;
+
+class PortTimers : public ::testing::Test {
  protected:
   void SetUp() override {
     observeLog([this](const std::u16string& text) { log_.push_back(text); });
@@ -26,44 +29,74 @@ class PortTimersStartStop : public ::testing::Test {
   }
   std::size_t timers() const { return platform::MessageQueue::current()->timerCount(); }
 
-  platform::ManualClock clock_;
+  // 2026-01-01 23:59:58.000
+  platform::ManualClock clock_{platform::ManualClock::kDefaultStart + 86398 * kSecond};
   platform::ScopedClock scope_{clock_};
   Ref<tovComPrtv3> c_ = tovComPrtv3::create();
   std::vector<std::u16string> log_;
 };
 
-TEST_F(PortTimersStartStop, StartingTwiceStartsOneTimerAndLogsOnce) {
-  const std::size_t before = timers();
+using PortTimersTimeouts = PortTimers;
+
+TEST_F(PortTimersTimeouts, DeadlineIsTheWholeSecondPlusTheLengthAcrossMidnight) {
+  clock_.advance(1700);  // 23:59:59.700
   c_->VBSetTimeoutSeconds(3, 4);
+  c_->VBSetTimeout(3);
+  // 23:59:59 + 4 s = 00:00:03 of the next day; the 700 ms are not counted.
+  EXPECT_NEAR(c_->VBGetTimeout(3).value, platform::ManualClock::kDefaultStart + 1 + 3 * kSecond, 1e-9);
+  clock_.advance(299);
+  c_->VBSetTimeout(3);
+  EXPECT_NEAR(c_->VBGetTimeout(3).value, platform::ManualClock::kDefaultStart + 1 + 3 * kSecond, 1e-9)
+      << "renewed within the same second";
+  clock_.advance(1);
+  c_->VBSetTimeout(3);
+  EXPECT_NEAR(c_->VBGetTimeout(3).value, platform::ManualClock::kDefaultStart + 1 + 4 * kSecond, 1e-9);
+  EXPECT_EQ(c_->VBGetTimeout(4).value, 0.0);
+}
+
+TEST_F(PortTimersTimeouts, ZeroAndNegativeLengthsGiveDeadlinesAtAndBeforeNow) {
+  c_->VBSetTimeoutSeconds(5, 0);
+  c_->VBSetTimeout(5);
+  c_->VBSetTimeoutSeconds(6, -3);
+  c_->VBSetTimeout(6);
+  EXPECT_EQ(c_->VBGetTimeoutSeconds(6), -3);
+  const double now = platform::ManualClock::kDefaultStart + 86398 * kSecond;
+  EXPECT_NEAR(c_->VBGetTimeout(5).value, now, 1e-9);
+  EXPECT_NEAR(c_->VBGetTimeout(6).value, now - 3 * kSecond, 1e-9);
+}
+
+TEST_F(PortTimersTimeouts, PortNumbersOutsideTheTableAreError9) {
+  for (std::int16_t port : {0, 33, -1}) {
+    const std::function<void()> calls[] = {
+        [&] { c_->VBSetTimeoutSeconds(port, 1); }, [&] { c_->VBGetTimeoutSeconds(port); },
+        [&] { c_->VBSetTimeout(port); },           [&] { c_->VBGetTimeout(port); },
+        [&] { c_->VBStartTimer(port); },           [&] { c_->VBStopTimer(port); },
+        [&] { c_->VBTimerFunc(port, 0, 0, 0, 0); }};
+    for (const auto& call : calls) EXPECT_EQ(testing::errorNumberOf(call), kErrSubscript) << port;
+  }
+}
+
+using PortTimersStartStop = PortTimers;
+
+TEST_F(PortTimersStartStop, StartingTwiceStartsOneTimerAndStoppingWithoutOneDoesNothing) {
+  const std::size_t before = timers();
   c_->VBStartTimer(3);
   const std::int32_t id = c_->TimerIds(3);
   EXPECT_NE(id, 0);
   c_->VBStartTimer(3);
   EXPECT_EQ(c_->TimerIds(3), id);
   EXPECT_EQ(timers(), before + 1);
-  EXPECT_EQ(log_, std::vector<std::u16string>{u"Started Timer for Port3"});
-}
-
-TEST_F(PortTimersStartStop, StoppingKillsTheTimerAndLogs) {
-  const std::size_t before = timers();
-  c_->VBStartTimer(12);
-  c_->VBStopTimer(12);
-  EXPECT_EQ(c_->TimerIds(12), 0);
+  c_->VBStopTimer(3);
+  EXPECT_EQ(c_->TimerIds(3), 0);
   EXPECT_EQ(timers(), before);
-  EXPECT_EQ(log_.back(), u"Killed Timer for Port12");
-}
-
-TEST_F(PortTimersStartStop, StoppingWithoutTimerDoesNothing) {
-  c_->VBStopTimer(5);
-  EXPECT_TRUE(log_.empty());
-  EXPECT_EQ(c_->TimerIds(5), 0);
+  c_->VBStopTimer(3);
+  EXPECT_EQ(log_, (std::vector<std::u16string>{u"Started Timer for Port3", u"Killed Timer for Port3"}));
 }
 
 TEST_F(PortTimersStartStop, AFailedKillKeepsTheIdForTheNextTry) {
   c_->TimerIds(9) = 424242;  // no such timer on this thread
   c_->VBStopTimer(9);
   EXPECT_EQ(c_->TimerIds(9), 424242);
-  EXPECT_EQ(log_, std::vector<std::u16string>{u"Killed Timer for Port9"});
   c_->TimerIds(9) = 0;
 }
 
@@ -73,13 +106,6 @@ TEST_F(PortTimersStartStop, TheStartHelperServesPortsOneTo32Only) {
   const Variant id = StartPortTimer(32, 100);
   ASSERT_NE(id.get<std::int32_t>(), nullptr);
   EXPECT_TRUE(platform::KillTimer(0, static_cast<platform::UINT_PTR>(*id.get<std::int32_t>())));
-}
-
-TEST_F(PortTimersStartStop, EveryPortHasItsOwnCallback) {
-  std::set<platform::TIMERPROC> procs;
-  for (int port = 1; port <= MaxPorts; ++port) procs.insert(TimerProcOf(port));
-  EXPECT_EQ(procs.size(), static_cast<std::size_t>(MaxPorts));
-  EXPECT_THROW(TimerProcOf(0), RuntimeError);
 }
 
 TEST_F(PortTimersStartStop, ACallbackWithoutAnInstanceLogsInsteadOfThrowing) {
