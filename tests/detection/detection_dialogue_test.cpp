@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "detection/simulated_phone_test.h"
-#include "discovery/port_table.h"
 
 namespace tov::testing {
 namespace {
@@ -10,147 +9,77 @@ namespace {
 using platform::SerialOp;
 
 const PhoneScript kS65{{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r", {"\r\nS65\r\n\r\nOK\r\n"}}}};
+const std::string kBothCommands = "AT+CGMI\rAT+CGMM\r";
 
-class DetectionDialogue : public SimulatedPhoneTest {
- protected:
-  bool detect(std::int16_t port) {
+using DetectionDialogue = SimulatedPhoneTest;
+
+TEST_F(DetectionDialogue, EveryAnswerEndsInItsOutcomeThenTheEndMarkWithThePortClosed) {
+  struct Case {
+    PhoneScript script;
+    std::string outcome;  // after "DeviceDetected(<port>, "
+    std::string written;
+  };
+  const Case cases[] = {
+      {kS65, "BenQ-Siemens S65, True, 154, 0)", kBothCommands},
+      {{{{"AT+CGMI\r", {"\r\nbenq\r\nOK\r\n"}}, {"AT+CGMM\r", {"\r\nel71\r\nOK\r\n"}}}},
+       "BenQ-Siemens EL71, True, 182, 0)", kBothCommands},
+      {{{{"AT+CGMI\r", {"\r\nNOKIA\r\n\r\nOK\r\n"}}}}, ", False, 0, 2)", "AT+CGMI\r"},  // another maker
+      {{{{"AT+CGMI\r", {"\r\nERROR\r\n"}}}}, ", False, 0, 2)", "AT+CGMI\r"},  // a modem: could not send
+      {{{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r", {"\r\nS65 ERROR\r\n"}}}}, ", False, 0, 2)", kBothCommands},
+      {{{{"AT+CGMI\r", {"\r\nSIEMENS\r\n\r\nO", "K\r\n"}}}}, ", False, 0, 3)", "AT+CGMI\r"},  // no chunk ends it
+  };
+  std::int16_t port = 0;
+  for (const auto& c : cases) {
+    ++port;
+    SCOPED_TRACE("port " + std::to_string(port));
+    events_->events.clear();
+    listSerialPort(port);
+    auto& device = phone(port, c.script);
+    c_->Pending(port) = VariantBool::True;
     c_->VBDetectDevice(port);
-    return pumpUntil([&] { return !outcomes().empty(); });
+    ASSERT_TRUE(pumpUntil([&] { return !events_->events.empty() && events_->events.back().error() == dde_NoMoreDevices; }));
+    ASSERT_EQ(events_->events.size(), 2u);
+    EXPECT_EQ(events_->events[0].describe(), "DeviceDetected(" + std::to_string(port) + ", " + c.outcome);
+    EXPECT_EQ(device.output(), c.written);
+    EXPECT_FALSE(device.isOpen());
+    EXPECT_EQ(c_->TimerIds(port), 0);
   }
-};
-
-TEST_F(DetectionDialogue, APhoneNamesItsModelAndThePortIsClosedAfterwards) {
-  listSerialPort(3);
-  auto& device = phone(3, kS65);
-  c_->Pending(3) = VariantBool::True;
-  ASSERT_TRUE(detect(3));
-  const auto events = events_->ofType(3);
-  ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(events[0].describe(), "DeviceDetected(3, BenQ-Siemens S65, True, 154, 0)");
-  EXPECT_EQ(events[1].error(), dde_NoMoreDevices);
-  EXPECT_EQ(device.output(), "AT+CGMI\rAT+CGMM\r");
-  EXPECT_FALSE(device.isOpen());
-  EXPECT_TRUE(device.rts());
-  EXPECT_TRUE(device.dtr());
-  EXPECT_EQ(c_->TimerIds(3), 0);
-  EXPECT_EQ(c_->DialogueStep(3), 1);
-  EXPECT_EQ(device.state().BaudRate, 57600u);
-  pumpFor(10000);
-  EXPECT_EQ(events_->events.size(), 2u) << "nothing follows the outcome";
 }
 
-TEST_F(DetectionDialogue, TheDialogueLeavesItsTrailInTheLog) {
-  listSerialPort(3);
-  phone(3, kS65);
-  discovery::GetPortType(3, false);  // discovery's own trace is not part of the dialogue
-  log_.clear();
-  ASSERT_TRUE(detect(3));
-  const std::vector<std::u16string> expected = {
-      u"Now opening Port: COM3", u"VBSendCommand on PortNr.: 3, Command: |AT+CGMI\r|", u"Setting Timeout for Port 3", u"Started Timer for Port3",
-      u"VBcheckAnswer, Port 3", u"VBDeviceDetected, Port 3", u"Result: " + automation::fromUtf8(kSiemensAnswer),
-      u"VBSendCommand on PortNr.: 3, Command: |AT+CGMM\r|", u"Setting Timeout for Port 3", u"VBcheckAnswer, Port 3",
-      u"VBDeviceDetected, Port 3", u"Result: \r\nS65\r\n\r\nOK\r\n", u"VBcheckDevice, Port 3",
-      u"fireeventDeviceDetected, device found for Port 3", u"Killed Timer for Port3"};
-  EXPECT_EQ(log_, expected);
-}
-
-TEST_F(DetectionDialogue, BenQInAnyCaseIsAcceptedAsTheMaker) {
-  listSerialPort(5);
-  phone(5, {{{"AT+CGMI\r", {"\r\nbenq\r\nOK\r\n"}}, {"AT+CGMM\r", {"\r\nel71\r\nOK\r\n"}}}});
-  ASSERT_TRUE(detect(5));
-  EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(5, BenQ-Siemens EL71, True, 182, 0)");
-}
-
-TEST_F(DetectionDialogue, AnotherMakerEndsTheDetectionWithoutTheSecondCommand) {
-  listSerialPort(5);
-  auto& device = phone(5, {{{"AT+CGMI\r", {"\r\nNOKIA\r\n\r\nOK\r\n"}}}});
-  ASSERT_TRUE(detect(5));
-  EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(5, , False, 0, 2)");
-  EXPECT_EQ(device.output(), "AT+CGMI\r");
-  EXPECT_FALSE(device.isOpen());
-  EXPECT_EQ(c_->TimerIds(5), 0);
-}
-
-TEST_F(DetectionDialogue, AModemAnsweringErrorCouldNotSendNotTimeout) {
-  listSerialPort(4);
-  phone(4, {{{"AT+CGMI\r", {"\r\nERROR\r\n"}}}});
-  ASSERT_TRUE(detect(4));
-  EXPECT_EQ(outcomes()[0].error(), dde_CouldNotsendOutput);
-  EXPECT_EQ(outcomes()[0].device(), dtNone);
-  EXPECT_LT(now(), 2000);
-}
-
-TEST_F(DetectionDialogue, AModelAnswerWithErrorIsTheErrorEvenWithAKey) {
-  listSerialPort(4);
-  auto& device = phone(4, {{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r", {"\r\nS65 ERROR\r\n"}}}});
-  ASSERT_TRUE(detect(4));
-  EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(4, , False, 0, 2)");
-  EXPECT_FALSE(device.isOpen());
-}
-
-TEST_F(DetectionDialogue, AnAnswerSplitSoNoChunkEndsItTimesOut) {
-  listSerialPort(6);
-  auto& device = phone(6, {{{"AT+CGMI\r", {"\r\nSIEMENS\r\n\r\nO", "K\r\n"}}}});
-  ASSERT_TRUE(detect(6));
-  EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(6, , False, 0, 3)");
-  EXPECT_EQ(device.output(), "AT+CGMI\r");
-  EXPECT_EQ(device.inputWaiting(), 0u) << "both chunks were read and dropped";
-  EXPECT_FALSE(device.isOpen());
-}
-
-TEST_F(DetectionDialogue, WithCtsOffASerialPortEndsAtOnceWithoutWriting) {
+TEST_F(DetectionDialogue, ImmediateFailuresEndWithoutTimePassing) {
   listSerialPort(2);
-  auto& device = phone(2, kS65, /*cts=*/false);
-  c_->VBDetectDevice(2);
-  ASSERT_EQ(outcomes().size(), 1u);
-  EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(2, , False, 0, 2)");
-  EXPECT_EQ(device.output(), "");
-  EXPECT_FALSE(device.isOpen());
-  EXPECT_EQ(c_->TimerIds(2), 0);
+  auto& ctsOff = phone(2, kS65, /*cts=*/false);  // a serial port: no write without CTS
+  listSerialPort(8);
+  serial_.port(8).setPresent(false);
+  listSerialPort(3);
+  phone(3, kS65).failAlways(SerialOp::Write, platform::ERROR_GEN_FAILURE);
+  const std::pair<std::int16_t, std::string> cases[] = {
+      {2, "DeviceDetected(2, , False, 0, 2)"}, {8, "DeviceDetected(8, , False, 0, 1)"}, {3, "DeviceDetected(3, , False, 0, 2)"}};
+  for (const auto& [port, outcome] : cases) {
+    events_->events.clear();
+    c_->VBDetectDevice(port);
+    ASSERT_EQ(outcomes().size(), 1u) << port;
+    EXPECT_EQ(outcomes()[0].describe(), outcome);
+    EXPECT_FALSE(serial_.port(port).isOpen()) << port;
+    EXPECT_EQ(c_->TimerIds(port), 0) << port;
+  }
+  EXPECT_EQ(ctsOff.output(), "");
   EXPECT_EQ(now(), 0);
 }
 
-TEST_F(DetectionDialogue, AnInfraredPortPausesTwoSecondsAndSendsWhateverCtsShows) {
+TEST_F(DetectionDialogue, InfraredAndSystemOnlyPortsPauseTwoSecondsAndSendWhateverCtsShows) {
   listIrDaPort(4);
-  phone(4, kS65, /*cts=*/false);
-  c_->VBDetectDevice(4);
-  ASSERT_EQ(writeTimes(4).size(), 1u);
-  EXPECT_EQ(writeTimes(4)[0], 2000);
-  EXPECT_NE(std::find(log_.begin(), log_.end(), u"sleep USB/IRDA SET"), log_.end());
-  ASSERT_TRUE(pumpUntil([&] { return !outcomes().empty(); }));
-  EXPECT_EQ(outcomes()[0].device(), dtSiemens_S65);
-}
-
-TEST_F(DetectionDialogue, APortOnlyTheSystemListsAlsoGetsThePause) {
   listUnknownPort(9);
-  phone(9, kS65, /*cts=*/false);
-  c_->VBDetectDevice(9);
-  ASSERT_EQ(writeTimes(9).size(), 1u);
-  EXPECT_EQ(writeTimes(9)[0], 2000);
-}
-
-TEST_F(DetectionDialogue, APortThatDoesNotOpenCouldNotOpen) {
-  listSerialPort(8);
-  serial_.port(8).setPresent(false);
-  c_->VBDetectDevice(8);
-  ASSERT_EQ(outcomes().size(), 1u);
-  EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(8, , False, 0, 1)");
-  EXPECT_NE(std::find(log_.begin(), log_.end(),
-                      u"Error in function VBDetectDevice.\r\n\t-> VBOpenComPort on COM 8 returned FALSE\r\n\t-> "
-                      u"LastDLLError: 2"),
-            log_.end())
-      << ::testing::PrintToString(log_);
-}
-
-TEST_F(DetectionDialogue, AFailedFirstWriteCouldNotSend) {
-  listSerialPort(3);
-  auto& device = phone(3, kS65);
-  device.failAlways(SerialOp::Write, platform::ERROR_GEN_FAILURE);
-  c_->VBDetectDevice(3);
-  ASSERT_EQ(outcomes().size(), 1u);
-  EXPECT_EQ(outcomes()[0].error(), dde_CouldNotsendOutput);
-  EXPECT_FALSE(device.isOpen());
-  EXPECT_EQ(c_->TimerIds(3), 0);
+  for (std::int16_t port : {4, 9}) {
+    phone(port, kS65, /*cts=*/false);
+    events_->events.clear();
+    const std::int64_t start = now();
+    c_->VBDetectDevice(port);
+    ASSERT_EQ(writeTimes(port).size(), 1u) << port;
+    EXPECT_EQ(writeTimes(port)[0] - start, 2000) << port;
+    ASSERT_TRUE(pumpUntil([&] { return !outcomes().empty(); }));
+    EXPECT_EQ(outcomes()[0].device(), dtSiemens_S65) << port;
+  }
 }
 
 TEST_F(DetectionDialogue, AReadFailureStallsThePortWithTheErrorLineAndNoOutcome) {
@@ -166,7 +95,6 @@ TEST_F(DetectionDialogue, AReadFailureStallsThePortWithTheErrorLineAndNoOutcome)
   pumpFor(20000);
   EXPECT_TRUE(outcomes().empty());
   EXPECT_TRUE(device.isOpen()) << "stalled: open and reserved until someone closes it";
-  EXPECT_EQ(c_->VBCommOpen(3, u"COM3", u"baud=57600"), -1);
 }
 
 // The second command goes out from inside a tick of the same port, and the write yields: a
@@ -184,14 +112,6 @@ TEST_F(DetectionDialogue, AnAnswerJudgedDuringTheSecondSendLeavesATimerThatRepor
   EXPECT_EQ(eventsOf(2)[0].text().rfind(u"Error (6): VBCommRead (ClearCommError) - ", 0), 0u);
   EXPECT_EQ(c_->TimerIds(3), 0);
   EXPECT_EQ(std::count(log_.begin(), log_.end(), u"Started Timer for Port3"), 2);
-}
-
-TEST_F(DetectionDialogue, ChunksOfOtherStepsAreDropped) {
-  c_->DialogueStep(3) = 2;
-  c_->VBDeviceDetected(3, u"\r\nSIEMENS\r\nOK\r\n");
-  c_->DialogueStep(3) = -1;
-  c_->VBDeviceDetected(3, u"\r\nS65\r\nOK\r\n");
-  EXPECT_TRUE(events_->events.empty());
 }
 
 }  // namespace

@@ -25,41 +25,23 @@ namespace {
 using namespace std::chrono;
 
 // Answers each command line written to the master side, as a phone with echo off would.
-class PtyPhone {
- public:
-  explicit PtyPhone(int master) : master_(master), thread_([this] { run(); }) {}
-  ~PtyPhone() {
-    stop_ = true;
-    thread_.join();
-  }
-  std::string heard() const { return heard_; }  // read after the phone stopped
-
- private:
-  void run() {
-    std::string line;
-    while (!stop_) {
-      pollfd p{master_, POLLIN, 0};
-      if (poll(&p, 1, 20) != 1) continue;
-      char c = 0;
-      if (read(master_, &c, 1) != 1) continue;
-      heard_.push_back(c);
-      if (c != '\r') {
-        line.push_back(c);
-        continue;
-      }
-      const std::string answer = line == "AT+CGMI" ? "\r\nSIEMENS\r\n\r\nOK\r\n"
-                                 : line == "AT+CGMM" ? "\r\nS65\r\n\r\nOK\r\n"
-                                                     : "\r\nERROR\r\n";
-      line.clear();
-      if (write(master_, answer.data(), answer.size()) < 0) return;
+void answerCommands(int master, const std::atomic<bool>& stop) {
+  std::string line;
+  while (!stop) {
+    pollfd p{master, POLLIN, 0};
+    char c = 0;
+    if (poll(&p, 1, 20) != 1 || read(master, &c, 1) != 1) continue;
+    if (c != '\r') {
+      line.push_back(c);
+      continue;
     }
+    const std::string answer = line == "AT+CGMI"   ? "\r\nSIEMENS\r\n\r\nOK\r\n"
+                               : line == "AT+CGMM" ? "\r\nS65\r\n\r\nOK\r\n"
+                                                   : "\r\nERROR\r\n";
+    line.clear();
+    if (write(master, answer.data(), answer.size()) < 0) return;
   }
-
-  int master_;
-  std::atomic<bool> stop_{false};
-  std::string heard_;
-  std::thread thread_;
-};
+}
 
 TEST(DetectionOverPseudoTerminal, APhoneAtTheMasterSideIsRecognised) {
   int master = -1, slave = -1;
@@ -75,17 +57,17 @@ TEST(DetectionOverPseudoTerminal, APhoneAtTheMasterSideIsRecognised) {
   auto c = tovComPrtv3::create();
   c->Worker = threads::ThreadControl::create();
   auto events = EventRecorder::connect(*c);
-  std::string heard;
-  {
-    PtyPhone phone(master);
-    const auto start = steady_clock::now();
-    c->VBDetectDevice(5);
-    auto queue = platform::MessageQueue::current();
-    while (events->events.empty() && steady_clock::now() - start < 15s) {
-      queue->wait(100);
-      platform::PumpMessages();
-    }
+  std::atomic<bool> stop{false};
+  std::thread phone(answerCommands, master, std::cref(stop));
+  const auto start = steady_clock::now();
+  c->VBDetectDevice(5);
+  auto queue = platform::MessageQueue::current();
+  while (events->events.empty() && steady_clock::now() - start < 15s) {
+    queue->wait(100);
+    platform::PumpMessages();
   }
+  stop = true;
+  phone.join();
   ASSERT_FALSE(events->events.empty());
   EXPECT_EQ(events->events[0].describe(), "DeviceDetected(5, BenQ-Siemens S65, True, 154, 0)");
   EXPECT_EQ(c->CommPorts(5).IsOpen, VariantBool::False);

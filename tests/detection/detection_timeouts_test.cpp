@@ -5,66 +5,41 @@
 namespace tov::testing {
 namespace {
 
-class DetectionTimeouts : public SimulatedPhoneTest {
- protected:
-  // Manual ms from the write of "AT+CGMI" to the port's timeout outcome.
-  std::int64_t silentDetection(std::int16_t port, std::int64_t startMs) {
-    listSerialPort(port);
-    phone(port, {});
-    clock_.advance(startMs);
-    c_->VBDetectDevice(port);
-    EXPECT_TRUE(pumpUntil([&] { return !outcomes().empty(); }));
-    EXPECT_EQ(outcomes().at(0).describe(), "DeviceDetected(" + std::to_string(port) + ", , False, 0, 3)");
-    EXPECT_FALSE(serial_.port(port).isOpen());
-    EXPECT_EQ(c_->TimerIds(port), 0);
-    return eventTimes_.at(0) - writeTimes(port).at(0);
+using DetectionTimeouts = SimulatedPhoneTest;
+
+TEST_F(DetectionTimeouts, FromTheLastCommandToTheTimeoutOutcome) {
+  struct Case {
+    std::int16_t port;
+    std::int64_t startMs;  // manual time of the first write; the clock starts on a whole second
+    PhoneScript script;
+    std::int64_t minMs, maxMs;  // exclusive, inclusive; one tick period past the deadline at most
+  };
+  const Case cases[] = {
+      {3, 0, {}, 4000, 5000 + 200},
+      {3, 900, {}, 4000, 4100 + 200},  // written late in a second: gives up sooner
+      {7, 300, {}, 2000, 3000 + 100},
+      {5, 0, {{{"AT+CGMI\r", {kSiemensAnswer}}}}, 2000, 3000 + 100},  // the model command's own deadline
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE("port " + std::to_string(c.port) + " at " + std::to_string(c.startMs));
+    events_->events.clear();
+    eventTimes_.clear();
+    listSerialPort(c.port);
+    phone(c.port, c.script);
+    clock_.advance((1000 - now() % 1000) % 1000 + c.startMs);
+    const std::size_t writesBefore = writeTimes(c.port).size();
+    c_->VBDetectDevice(c.port);
+    ASSERT_TRUE(pumpUntil([&] { return !outcomes().empty(); }));
+    EXPECT_EQ(outcomes()[0].describe(), "DeviceDetected(" + std::to_string(c.port) + ", , False, 0, 3)");
+    EXPECT_FALSE(serial_.port(c.port).isOpen());
+    EXPECT_EQ(c_->TimerIds(c.port), 0);
+    ASSERT_GT(writeTimes(c.port).size(), writesBefore);
+    const std::int64_t waited = eventTimes_.at(0) - writeTimes(c.port).back();
+    EXPECT_GT(waited, c.minMs);
+    EXPECT_LE(waited, c.maxMs);
   }
-};
-
-TEST_F(DetectionTimeouts, Port3GivesUpBetweenFourAndFiveSecondsPlusAPoll) {
-  const std::int64_t early = silentDetection(3, 0);      // written at the start of a second
-  EXPECT_GT(early, 4000);
-  EXPECT_LE(early, 5000 + 200);
   EXPECT_EQ(c_->VBGetTimeoutSeconds(3), 4);
-}
-
-TEST_F(DetectionTimeouts, Port3WrittenLateInASecondGivesUpSooner) {
-  const std::int64_t late = silentDetection(3, 900);
-  EXPECT_GT(late, 4000);
-  EXPECT_LE(late, 4100 + 200);
-}
-
-TEST_F(DetectionTimeouts, Port7GivesUpBetweenTwoAndThreeSecondsPlusAPoll) {
-  const std::int64_t elapsed = silentDetection(7, 300);
-  EXPECT_GT(elapsed, 2000);
-  EXPECT_LE(elapsed, 3000 + 100);
   EXPECT_EQ(c_->VBGetTimeoutSeconds(7), 2);
-}
-
-TEST_F(DetectionTimeouts, TwoPortsKeepTheirOwnDeadlines) {
-  listSerialPort(3);
-  listSerialPort(7);
-  phone(3, {});
-  phone(7, {});
-  c_->Pending(3) = c_->Pending(7) = VariantBool::True;  // no end mark between the two outcomes
-  c_->VBDetectDevice(3);
-  c_->VBDetectDevice(7);
-  ASSERT_TRUE(pumpUntil([&] { return outcomes().size() == 2; }));
-  EXPECT_EQ(outcomes()[0].port(), 7);
-  EXPECT_EQ(outcomes()[1].port(), 3);
-  EXPECT_LE(eventTimes_[0], 3100);
-  EXPECT_GT(eventTimes_[1], 4000);
-}
-
-TEST_F(DetectionTimeouts, TheModelCommandGetsAFreshDeadline) {
-  listSerialPort(5);
-  phone(5, {{{"AT+CGMI\r", {kSiemensAnswer}}}});
-  c_->VBDetectDevice(5);
-  ASSERT_TRUE(pumpUntil([&] { return !outcomes().empty(); }));
-  ASSERT_EQ(writeTimes(5).size(), 2u);
-  EXPECT_EQ(outcomes()[0].error(), dde_Timeout);
-  EXPECT_GT(eventTimes_[0] - writeTimes(5)[1], 2000);
-  EXPECT_EQ(c_->DialogueStep(5), 1);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "detection/simulated_phone_test.h"
 
+#include <algorithm>
+
 #include "component/debug_log.h"
 #include "component/mod_public.h"
 #include "discovery/port_table.h"
@@ -28,23 +30,17 @@ void SimulatedPhoneTest::TearDown() {
   gComponent().reset();
 }
 
-void SimulatedPhoneTest::listSerialPort(int port) {
-  registry_.setString("HKEY_LOCAL_MACHINE\\Hardware\\DeviceMap\\SerialComm", "\\Device\\Serial" + std::to_string(port),
-                      "COM" + std::to_string(port));
+void SimulatedPhoneTest::list(const std::string& key, const std::string& value, int port) {
+  registry_.setString(key, value, "COM" + std::to_string(port));
   discovery::PortTableFilled() = false;
 }
 
-void SimulatedPhoneTest::listUnknownPort(int port) {
-  registry_.setString("HKEY_LOCAL_MACHINE\\Hardware\\DeviceMap\\SerialComm", "\\Device\\Modem" + std::to_string(port),
-                      "COM" + std::to_string(port));
-  discovery::PortTableFilled() = false;
-}
-
+void SimulatedPhoneTest::listSerialPort(int port) { list(kSerialComm, "\\Device\\Serial" + std::to_string(port), port); }
+void SimulatedPhoneTest::listUnknownPort(int port) { list(kSerialComm, "\\Device\\Modem" + std::to_string(port), port); }
 void SimulatedPhoneTest::listIrDaPort(int port) {
-  registry_.setString("HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Enum\\IRENUM\\SIE0001\\Irda" +
-                          std::to_string(port) + "\\Device Parameters",
-                      "PortName", "COM" + std::to_string(port));
-  discovery::PortTableFilled() = false;
+  list("HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Enum\\IRENUM\\SIE0001\\Irda" + std::to_string(port) +
+           "\\Device Parameters",
+       "PortName", port);
 }
 
 platform::SimulatedPort& SimulatedPhoneTest::device(int port, bool cts) {
@@ -69,10 +65,10 @@ platform::SimulatedPort& SimulatedPhoneTest::phone(int port, PhoneScript script,
 }
 
 bool SimulatedPhoneTest::pumpUntil(const std::function<bool()>& done, std::int64_t boundMs) {
-  const std::int64_t end = clock_.monotonicMs() + boundMs;
+  const std::int64_t end = now() + boundMs;
   auto queue = platform::MessageQueue::current();
-  while (!done() && clock_.monotonicMs() < end) {
-    queue->wait(static_cast<std::uint32_t>(end - clock_.monotonicMs()));
+  while (!done() && now() < end) {
+    queue->wait(static_cast<std::uint32_t>(std::min(pumpStepMs_, end - now())));
     platform::PumpMessages();
   }
   return done();

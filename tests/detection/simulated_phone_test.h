@@ -44,10 +44,10 @@ class SimulatedPhoneTest : public ::testing::Test {
   platform::SimulatedPort& phone(int port, PhoneScript script, bool cts = true);
   const std::vector<std::int64_t>& writeTimes(int port) { return writeTimes_[port]; }
 
-  // Pumps the thread's messages, letting manual time run to each next tick, until done() holds
-  // or boundMs of manual time have passed; returns done().
+  // Pumps the thread's messages, letting manual time run to each next tick (pumpStepMs_ at
+  // most), until done() holds or boundMs of manual time have passed; returns done().
   bool pumpUntil(const std::function<bool()>& done, std::int64_t boundMs = 30000);
-  void pumpFor(std::int64_t ms);
+  void pumpFor(std::int64_t ms = 1000);
 
   // DeviceDetected outcomes (without end marks) and the other events, in order.
   std::vector<RecordedEvent> outcomes() const;
@@ -55,6 +55,7 @@ class SimulatedPhoneTest : public ::testing::Test {
   std::int64_t now() const { return clock_.monotonicMs(); }
   // The manual time at which each event was raised.
   std::vector<std::int64_t> eventTimes_;
+  std::int64_t pumpStepMs_ = 30000;
 
   platform::ManualClock clock_;
   platform::ScopedClock clockScope_{clock_};
@@ -67,6 +68,8 @@ class SimulatedPhoneTest : public ::testing::Test {
   std::vector<std::u16string> log_;
 
  private:
+  static constexpr const char* kSerialComm = "HKEY_LOCAL_MACHINE\\Hardware\\DeviceMap\\SerialComm";
+  void list(const std::string& key, const std::string& value, int port);
   std::map<int, std::vector<std::int64_t>> writeTimes_;
 };
 
