@@ -7,32 +7,11 @@ namespace {
 
 using RequestDetectDevice = RequestTest;
 
-TEST_F(RequestDetectDevice, APortOutsideTheTableIsRefusedAsPending) {
-  const auto controller = c_->Worker;
-  for (std::int16_t port : {0, 33, -1}) {
-    events_->events.clear();
-    EXPECT_EQ(c_->DetectDevice(port), VariantBool::False);
-    ASSERT_EQ(events_->events.size(), 1u);
-    EXPECT_EQ(events_->events[0].describe(), "DeviceDetected(" + std::to_string(port) + ", , False, 2, 5)");
-  }
-  EXPECT_EQ(c_->Worker, controller);
-  EXPECT_EQ(c_->IsPending(), VariantBool::False);
-}
-
-TEST_F(RequestDetectDevice, AnyPendingPortRefusesTheRequestForItsOwnPort) {
-  c_->Pending(32) = VariantBool::True;
-  setKinds({{3, cptSerial}});
-  EXPECT_EQ(c_->DetectDevice(3), VariantBool::False);
-  ASSERT_EQ(events_->events.size(), 1u);
-  EXPECT_EQ(events_->events[0].describe(), "DeviceDetected(3, , False, 2, 5)");
-  EXPECT_EQ(c_->Pending(3), VariantBool::False);
-  c_->Pending(32) = VariantBool::False;
-}
-
 TEST_F(RequestDetectDevice, UntestedKindsReportAtOnceAndLeaveTheComponentIdle) {
+  listSerialPort(7);  // the registry knows port 7, but the table, filled earlier, does not
   setKinds({{5, cptBTSerialIn}, {6, cptBTDialUp}});
   const auto controller = c_->Worker;
-  for (std::int16_t port : {4, 5, 6}) {
+  for (std::int16_t port : {4, 5, 6, 7}) {
     events_->events.clear();
     EXPECT_EQ(c_->DetectDevice(port), VariantBool::True);
     ASSERT_EQ(events_->events.size(), 2u);
@@ -42,12 +21,15 @@ TEST_F(RequestDetectDevice, UntestedKindsReportAtOnceAndLeaveTheComponentIdle) {
     EXPECT_EQ(c_->IsPending(), VariantBool::False);
   }
   EXPECT_EQ(c_->Worker, controller) << "no worker for an untested port";
+  EXPECT_EQ(discovery::PortTable()(7), cptNone) << "no rediscovery";
 }
 
-TEST_F(RequestDetectDevice, APortTheSystemOnlyListsIsTested) {
+TEST_F(RequestDetectDevice, APortTheSystemOnlyListsIsTestedByAControllerOfItsOwn) {
   listUnknownPort(4);
   phone(4, kS65Phone);
+  const auto before = c_->Worker;
   EXPECT_EQ(c_->DetectDevice(4), VariantBool::True);
+  EXPECT_NE(c_->Worker, before);
   EXPECT_TRUE(events_->events.empty());
   EXPECT_EQ(c_->Pending(4), VariantBool::True);
   EXPECT_TRUE(workerExists(4));
@@ -56,25 +38,6 @@ TEST_F(RequestDetectDevice, APortTheSystemOnlyListsIsTested) {
   EXPECT_EQ(events_->events[0].describe(), "DeviceDetected(4, BenQ-Siemens S65, True, 154, 0)");
   EXPECT_EQ(events_->events[1].describe(), "DeviceDetected(4, BenQ-Siemens S65, True, 154, 4)");
   EXPECT_FALSE(workerExists(4));
-}
-
-TEST_F(RequestDetectDevice, TheCurrentPortTableIsUsedWithoutRediscovery) {
-  listSerialPort(7);     // the registry knows port 7 ...
-  setKinds({});          // ... but the table, filled earlier, does not
-  EXPECT_EQ(c_->DetectDevice(7), VariantBool::True);
-  EXPECT_EQ(events_->events.size(), 2u);
-  EXPECT_EQ(events_->events[0].error(), dde_CouldNotOpenPort);
-  EXPECT_EQ(discovery::PortTable()(7), cptNone);
-}
-
-TEST_F(RequestDetectDevice, EachRequestHasAControllerOfItsOwn) {
-  setKinds({{7, cptSerial}});
-  device(7);
-  const auto before = c_->Worker;
-  c_->DetectDevice(7);
-  EXPECT_NE(c_->Worker, before);
-  ASSERT_TRUE(pumpUntilEndMark());
-  EXPECT_EQ(events_->events[0].describe(), "DeviceDetected(7, , False, 0, 3)");
 }
 
 }  // namespace

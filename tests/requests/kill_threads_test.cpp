@@ -2,7 +2,6 @@
 #include "automation/dispatch.h"
 #include "requests/request_support.h"
 #include "requests/request_test.h"
-#include "threads/worker_thread.h"
 
 namespace tov::testing {
 namespace {
@@ -22,7 +21,6 @@ TEST_F(KillThreads, WithoutARequestNothingHappens) {
   openByHost(7);
   c_->KillThreads();
   EXPECT_TRUE(isTrue(c_->CommPorts(7).IsOpen)) << "no port is closed";
-  c_->VBCommClose(7);
 }
 
 TEST_F(KillThreads, MidDetectionStopsTimersClosesPortsAndKeepsThePendingFlags) {
@@ -32,7 +30,7 @@ TEST_F(KillThreads, MidDetectionStopsTimersClosesPortsAndKeepsThePendingFlags) {
   device(3);
   openByHost(9);  // a port the host opened itself is closed as well
   c_->DetectAllDevices();
-  ASSERT_TRUE(pump([&] { return c_->TimerIds(1) != 0 && c_->TimerIds(3) != 0; }));
+  ASSERT_TRUE(pumpUntil([&] { return c_->TimerIds(1) != 0 && c_->TimerIds(3) != 0; }));
   ASSERT_TRUE(silent.isOpen());
 
   c_->KillThreads();
@@ -43,43 +41,10 @@ TEST_F(KillThreads, MidDetectionStopsTimersClosesPortsAndKeepsThePendingFlags) {
   EXPECT_FALSE(isTrue(c_->CommPorts(9).IsOpen));
   EXPECT_EQ(c_->IsPending(), VariantBool::True);
   EXPECT_TRUE(workersEnd());
-
   const std::size_t before = events_->events.size();
-  pumpAWhile(10000);
+  pumpFor(10000);
   EXPECT_EQ(events_->events.size(), before) << "no outcome after the stop";
-  EXPECT_EQ(c_->TestAllPorts(), VariantBool::False);
-  EXPECT_EQ(events_->events.back().describe(), "PortAvailable(1, 3)");
   c_->KillThreads();  // a second stop finds no controller
-  for (auto& pending : c_->Pending) pending = VariantBool::False;
-}
-
-TEST_F(KillThreads, BeforeTheWorkersCallsRunNoPortIsEverOpened) {
-  auto& port = device(4);
-  c_->PortTest(4);
-  c_->KillThreads();
-  EXPECT_TRUE(workersEnd());
-  pumpAWhile();
-  EXPECT_EQ(port.openCount(), 0);
-  EXPECT_TRUE(events_->events.empty());
-  EXPECT_EQ(c_->Pending(4), VariantBool::True);
-  c_->Pending(4) = VariantBool::False;
-}
-
-TEST_F(KillThreads, FromAHandlerInsideAnOutcomeTheRestNeverReport) {
-  for (int p = 1; p <= 32; ++p) device(p);
-  events_->handler = [&](DISPID, std::vector<Variant>&) {
-    if (events_->events.empty()) c_->KillThreads();
-  };
-  c_->TestAllPorts();
-  ASSERT_TRUE(pump([&] { return !c_->Worker; }));
-  // Calls already under way when the stop came (further out on the stack) still report.
-  const std::size_t reported = events_->events.size();
-  pumpAWhile();
-  EXPECT_EQ(events_->events.size(), reported);
-  EXPECT_LT(reported, 32u);
-  EXPECT_EQ(endMarks(), 0u);
-  EXPECT_EQ(c_->IsPending(), VariantBool::True);
-  EXPECT_TRUE(workersEnd());
   for (auto& pending : c_->Pending) pending = VariantBool::False;
 }
 
@@ -92,10 +57,8 @@ TEST_F(WorkersEntry, APortOutsideTheTableOnlyEndsTheWorkerOfThatName) {
   std::int16_t port = 33;
   Variant argument = Variant::byRef(&port);
   c_->Worker->StartThread(name, self, method, argument);
-  ASSERT_TRUE(pump([&] { return !workerExists(33); }));
-  EXPECT_TRUE(events_->events.empty());
+  ASSERT_TRUE(pumpUntil([&] { return !workerExists(33); }));
   EXPECT_TRUE(workersEnd());
-
   Variant zero(std::int16_t{0});
   EXPECT_NO_THROW(c_->VBclsDetectDevice(zero));  // no worker of that name: nothing at all
   EXPECT_TRUE(events_->events.empty());
@@ -106,20 +69,21 @@ TEST_F(WorkersEntry, APortWhoseWorkerExistsGetsNoSecondOne) {
   c_->Pending(5) = VariantBool::True;
   requests::startPortWorker(*c_, 5, requests::kPortTestEntry);
   EXPECT_NO_THROW(requests::startPortWorker(*c_, 5, requests::kPortTestEntry));
-  ASSERT_TRUE(pump([&] { return endMarks() == 1; }));
-  pumpAWhile();
+  ASSERT_TRUE(pumpUntil([&] { return endMarks() == 1; }));
+  pumpFor();
   EXPECT_EQ(serial_.port(5).openCount(), 1);
   EXPECT_EQ(events_->events.size(), 2u);
 }
 
-TEST_F(WorkersEntry, TheEntryNamesAreMatchedWithoutRegardToCase) {
-  // No worker 2 is registered: the call reaches the method, which finds no object to call.
-  EXPECT_EQ(errorNumberOf([&] { callByName(*c_, u"VBclsdetectDevice", {Variant(u"2")}); }), kErrObjectNotSet);
-}
-
-TEST_F(WorkersEntry, ConversionAndMissingControllerErrors) {
-  EXPECT_EQ(errorNumberOf([&] { callByName(*c_, u"VBclsDetectDevice", {Variant(u"two")}); }), kErrTypeMismatch);
-  EXPECT_EQ(errorNumberOf([&] { callByName(*c_, u"VBclsPortTest", {Variant(std::int32_t{70000})}); }), kErrOverflow);
+TEST_F(WorkersEntry, ArgumentAndControllerErrors) {
+  const std::tuple<const char16_t*, Variant, int> calls[] = {
+      // No worker 2 is registered: the case-blind name reaches the method, which finds no object.
+      {u"VBclsdetectDevice", Variant(u"2"), kErrObjectNotSet},
+      {u"VBclsDetectDevice", Variant(u"two"), kErrTypeMismatch},
+      {u"VBclsPortTest", Variant(std::int32_t{70000}), kErrOverflow},
+  };
+  for (const auto& [method, argument, error] : calls)
+    EXPECT_EQ(errorNumberOf([&] { callByName(*c_, method, {argument}); }), error) << toUtf8(method);
   c_->Worker.reset();
   Variant three(std::int16_t{3});
   EXPECT_EQ(errorNumberOf([&] { c_->VBclsPortTest(three); }), kErrObjectNotSet);

@@ -1,5 +1,6 @@
 #include "requests/request_test.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -7,7 +8,6 @@
 #include "discovery/port_table.h"
 #include "platform/message_queue.h"
 #include "threads/worker_thread.h"
-#include "support/runtime_errors.h"
 
 namespace tov::testing {
 
@@ -16,16 +16,6 @@ void RequestTest::TearDown() {
   platform::PumpMessages();  // drops the calls of ended workers, with their references
   EXPECT_TRUE(workersEnd()) << "worker threads left running";
   SimulatedPhoneTest::TearDown();
-}
-
-bool RequestTest::pump(const std::function<bool()>& done, std::int64_t boundMs) {
-  const std::int64_t end = now() + boundMs;
-  auto queue = platform::MessageQueue::current();
-  while (!done() && now() < end) {
-    queue->wait(static_cast<std::uint32_t>(std::min<std::int64_t>(100, end - now())));
-    platform::PumpMessages();
-  }
-  return done();
 }
 
 std::size_t RequestTest::endMarks() const {
@@ -53,11 +43,33 @@ std::string RequestTest::describeAll() const {
   return all;
 }
 
+std::vector<std::int16_t> RequestTest::untestedPorts() const {
+  std::vector<std::int16_t> ports;
+  for (const auto& e : events_->events)
+    if (e.id == 3 && e.error() == dde_CouldNotOpenPort) ports.push_back(e.port());
+  return ports;
+}
+
+std::vector<std::int16_t> RequestTest::allBut(std::initializer_list<std::int16_t> tested) {
+  std::vector<std::int16_t> ports;
+  for (std::int16_t p = 1; p <= MaxPorts; ++p)
+    if (std::find(tested.begin(), tested.end(), p) == tested.end()) ports.push_back(p);
+  return ports;
+}
 
 bool workersEnd() {
   for (int i = 0; i < 400 && threads::runningWorkerCount() != 0; ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   return threads::runningWorkerCount() == 0;
+}
+
+bool eachPortOnce(const std::vector<RecordedEvent>& events) {
+  std::vector<int> seen(MaxPorts + 1, 0);
+  for (std::size_t i = 0; i < MaxPorts && i < events.size(); ++i) {
+    const int port = events[i].port();
+    if (port >= 1 && port <= MaxPorts) ++seen[static_cast<std::size_t>(port)];
+  }
+  return std::count(seen.begin() + 1, seen.end(), 1) == MaxPorts;
 }
 
 }  // namespace tov::testing

@@ -14,13 +14,11 @@ inline const PhoneScript kS65Phone{{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r
 
 class RequestTest : public SimulatedPhoneTest {
  protected:
+  // Small steps: a worker whose call comes late in real time costs little manual time.
+  RequestTest() { pumpStepMs_ = 100; }
   void TearDown() override;
 
-  // Pumps in steps of at most 100 ms of manual time, so that a worker whose call comes late
-  // costs little simulated time; returns done().
-  bool pump(const std::function<bool()>& done, std::int64_t boundMs = 30000);
-  bool pumpUntilEndMark(std::int64_t boundMs = 30000) { return pump([this] { return endMarks() > 0; }, boundMs); }
-  void pumpAWhile(std::int64_t ms = 1000) { pump([] { return false; }, ms); }
+  bool pumpUntilEndMark() { return pumpUntil([this] { return endMarks() > 0; }); }
 
   // DeviceDetected with dde_NoMoreDevices and PortAvailable with pa_NoMorePorts.
   std::size_t endMarks() const;
@@ -28,10 +26,14 @@ class RequestTest : public SimulatedPhoneTest {
   static void setKinds(std::initializer_list<std::pair<int, ComPortType>> kinds);
   bool workerExists(std::int16_t port);
   std::string describeAll() const;
+  // Ports of the dde_CouldNotOpenPort outcomes in order, and the ports 1..32 but the given ones.
+  std::vector<std::int16_t> untestedPorts() const;
+  static std::vector<std::int16_t> allBut(std::initializer_list<std::int16_t> tested);
 };
 
-// Error number of a run-time error thrown by f, 0 when none.
 // Waits in real time (bounded) for every worker thread of the process to end.
 bool workersEnd();
+// Whether the first 32 events name each port 1..32 once.
+bool eachPortOnce(const std::vector<RecordedEvent>& events);
 
 }  // namespace tov::testing

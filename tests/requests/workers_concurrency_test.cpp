@@ -1,21 +1,19 @@
 // Requests with real worker threads on the real clock: many workers at once, a stop in the
 // middle, and a long run of requests that must neither leak nor stick.
-#include <gtest/gtest.h>
-
 #include <chrono>
 
 #include "component/mod_public.h"
 #include "platform/message_queue.h"
-#include "platform/serial_memory.h"
 #include "requests/request_test.h"
-#include "support/event_recorder.h"
-#include "threads/worker_thread.h"
 
 namespace tov::testing {
 namespace {
 
 class WorkersConcurrency : public ::testing::Test {
  protected:
+  void SetUp() override {
+    for (int p = 1; p <= MaxPorts; ++p) serial_.port(p);  // 32 present, free ports
+  }
   void TearDown() override {
     c_->KillThreads();
     platform::PumpMessages();
@@ -24,16 +22,16 @@ class WorkersConcurrency : public ::testing::Test {
     gComponent().reset();
   }
 
-  // Pumps until the request's end mark, for at most boundMs of real time.
-  bool pumpUntilEndMark(std::int64_t boundMs = 3000) {
+  // Pumps until done() holds, for at most boundMs of real time.
+  static bool pumpUntil(const std::function<bool()>& done, std::int64_t boundMs = 3000) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(boundMs);
-    auto queue = platform::MessageQueue::current();
-    while (!endMarkSeen() && std::chrono::steady_clock::now() < end) {
-      queue->wait(20);
+    while (!done() && std::chrono::steady_clock::now() < end) {
+      platform::MessageQueue::current()->wait(20);
       platform::PumpMessages();
     }
-    return endMarkSeen();
+    return done();
   }
+  bool pumpUntilEndMark() { return pumpUntil([this] { return endMarkSeen(); }); }
   bool endMarkSeen() const {
     return !events_->events.empty() && events_->events.back().id == 4 &&
            events_->events.back().available() == pa_NoMorePorts;
@@ -43,23 +41,14 @@ class WorkersConcurrency : public ::testing::Test {
   platform::ScopedSerialBackend serialScope_{serial_};
   automation::Ref<tovComPrtv3> c_ = tovComPrtv3::create();
   automation::Ref<EventRecorder> events_ = EventRecorder::connect(*c_);
-
- public:
-  WorkersConcurrency() {
-    for (int p = 1; p <= MaxPorts; ++p) serial_.port(p);  // 32 present, free ports
-  }
 };
 
 TEST_F(WorkersConcurrency, ThirtyTwoWorkersAllReportAndOneEndMarkComesLast) {
   ASSERT_EQ(c_->TestAllPorts(), VariantBool::True);
   ASSERT_TRUE(pumpUntilEndMark());
   ASSERT_EQ(events_->events.size(), 33u);
-  std::vector<int> reports(33, 0);
-  for (std::size_t i = 0; i < 32; ++i) {
-    EXPECT_EQ(events_->events[i].available(), pa_Available) << events_->events[i].describe();
-    ++reports[static_cast<std::size_t>(events_->events[i].port())];
-  }
-  EXPECT_EQ(std::count(reports.begin() + 1, reports.end(), 1), 32);
+  EXPECT_TRUE(eachPortOnce(events_->events));
+  for (std::size_t i = 0; i < 32; ++i) EXPECT_EQ(events_->events[i].available(), pa_Available) << events_->events[i].describe();
   EXPECT_EQ(c_->IsPending(), VariantBool::False);
   EXPECT_TRUE(workersEnd());
 }
@@ -67,22 +56,14 @@ TEST_F(WorkersConcurrency, ThirtyTwoWorkersAllReportAndOneEndMarkComesLast) {
 TEST_F(WorkersConcurrency, AStopInTheMiddleLeavesTheRequestPendingAndRefusesTheNext) {
   c_->TestAllPorts();
   // Stop as soon as some ports have reported and others have not.
-  const auto queue = platform::MessageQueue::current();
   events_->handler = [&](automation::DISPID, std::vector<Variant>&) {
     if (events_->events.size() == 3) c_->KillThreads();
   };
-  for (int i = 0; i < 100 && c_->Worker; ++i) {
-    queue->wait(20);
-    platform::PumpMessages();
-  }
-  ASSERT_FALSE(c_->Worker);
+  ASSERT_TRUE(pumpUntil([&] { return !c_->Worker; }));
   EXPECT_TRUE(workersEnd());
   // Calls already under way when the stop came (further out on the stack) have reported by now.
   const std::size_t reported = events_->events.size();
-  for (int i = 0; i < 5; ++i) {
-    queue->wait(10);
-    platform::PumpMessages();
-  }
+  pumpUntil([] { return false; }, 50);
   EXPECT_EQ(events_->events.size(), reported) << "nothing reports after the stop";
   EXPECT_LT(reported, 32u);
   EXPECT_FALSE(endMarkSeen());
