@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <set>
 #include <thread>
 
 #include "platform/clock.h"
@@ -20,68 +20,55 @@ class MessageQueueTest : public ::testing::Test {
   void SetUp() override { ticks.clear(); }
   ManualClock clock_;
   ScopedClock scope_{clock_};
+  std::shared_ptr<MessageQueue> queue = MessageQueue::current();
 };
 
-TEST_F(MessageQueueTest, PostedCallsRunOnlyWhenTheOwnerPumps) {
-  auto queue = MessageQueue::current();
-  std::atomic<int> ran{0};
-  std::thread([&] { queue->post([&] { ++ran; }); }).join();
-  EXPECT_EQ(ran, 0);
-  EXPECT_TRUE(queue->hasWaiting());
-  PumpMessages();
-  EXPECT_EQ(ran, 1);
-  EXPECT_FALSE(queue->hasWaiting());
-}
-
-TEST_F(MessageQueueTest, APumpHandlesWhatWasWaitingAndLeavesNewArrivalsForTheNext) {
-  auto queue = MessageQueue::current();
+TEST_F(MessageQueueTest, PostedCallsRunInOrderOnlyWhenTheOwnerPumps) {
   std::vector<int> order;
-  queue->post([&] {
-    order.push_back(1);
-    queue->post([&] { order.push_back(3); });
-  });
-  queue->post([&] { order.push_back(2); });
+  std::thread([&] {
+    queue->post([&] {
+      order.push_back(1);
+      queue->post([&] { order.push_back(3); });  // arrives during the pump: waits for the next
+    });
+    queue->post([&] { order.push_back(2); });
+  }).join();
+  EXPECT_TRUE(order.empty());
+  EXPECT_TRUE(queue->hasWaiting());
   PumpMessages();
   EXPECT_EQ(order, (std::vector<int>{1, 2}));
   PumpMessages();
   EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+  EXPECT_FALSE(queue->hasWaiting());
 }
 
 TEST_F(MessageQueueTest, TimersTickOnTheOwnersPumpAfterTheirPeriod) {
   const UINT_PTR id = SetTimer(0, 0, 100, recordTick);
-  ASSERT_NE(id, 0u);
+  const UINT_PTR clamped = SetTimer(0, 0, 0, recordTick);  // to USER_TIMER_MINIMUM
+  const UINT_PTR longest = SetTimer(0, 0, static_cast<UINT>(-200), recordTick);  // to USER_TIMER_MAXIMUM
+  EXPECT_EQ(std::set<UINT_PTR>({0, id, clamped, longest}).size(), 4u);  // fresh ids, never 0
+  EXPECT_EQ(SetTimer(7, 1, 100, recordTick), 0u);  // windows are not supported
+  clock_.advance(USER_TIMER_MINIMUM);
   PumpMessages();
-  EXPECT_TRUE(ticks.empty());
-  clock_.advance(99);
+  EXPECT_EQ(ticks, std::vector<UINT_PTR>{clamped});
+  KillTimer(0, clamped);
+  clock_.advance(99 - USER_TIMER_MINIMUM);
   PumpMessages();
-  EXPECT_TRUE(ticks.empty());
+  EXPECT_EQ(ticks.size(), 1u);
   clock_.advance(1);
   PumpMessages();
-  EXPECT_EQ(ticks, std::vector<UINT_PTR>{id});
+  EXPECT_EQ(ticks, (std::vector<UINT_PTR>{clamped, id}));
   clock_.advance(350);  // missed periods coalesce into one tick
   PumpMessages();
-  EXPECT_EQ(ticks.size(), 2u);
+  EXPECT_EQ(ticks.size(), 3u);
   EXPECT_EQ(KillTimer(0, id), TRUE);
   EXPECT_EQ(KillTimer(0, id), FALSE);
   clock_.advance(1000);
   PumpMessages();
-  EXPECT_EQ(ticks.size(), 2u);
-}
-
-TEST_F(MessageQueueTest, TimerIdsAreFreshAndPeriodsAreClamped) {
-  const UINT_PTR a = SetTimer(0, 5, 0, recordTick);
-  const UINT_PTR b = SetTimer(0, 5, static_cast<UINT>(-200), recordTick);
-  EXPECT_NE(a, b);
-  EXPECT_EQ(SetTimer(7, 1, 100, recordTick), 0u);  // windows are not supported
-  clock_.advance(USER_TIMER_MINIMUM);
-  PumpMessages();
-  EXPECT_EQ(ticks, std::vector<UINT_PTR>{a});
-  KillTimer(0, a);
-  KillTimer(0, b);
+  EXPECT_EQ(ticks.size(), 3u);
+  KillTimer(0, longest);
 }
 
 TEST_F(MessageQueueTest, WaitMovesManualTimeToTheNextTick) {
-  auto queue = MessageQueue::current();
   const UINT_PTR id = SetTimer(0, 0, 300, recordTick);
   const auto start = clock_.monotonicMs();
   EXPECT_TRUE(queue->wait(1000));
@@ -94,10 +81,10 @@ TEST_F(MessageQueueTest, WaitMovesManualTimeToTheNextTick) {
 }
 
 TEST_F(MessageQueueTest, PostsToAnEndedThreadAreRefused) {
-  std::shared_ptr<MessageQueue> queue;
-  std::thread([&] { queue = MessageQueue::current(); }).join();
+  std::shared_ptr<MessageQueue> ended;
+  std::thread([&] { ended = MessageQueue::current(); }).join();
   auto token = std::make_shared<int>(1);
-  EXPECT_FALSE(queue->post([token] {}));
+  EXPECT_FALSE(ended->post([token] {}));
   EXPECT_EQ(token.use_count(), 1);  // the refused call was dropped at once
 }
 
