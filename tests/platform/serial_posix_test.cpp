@@ -33,21 +33,18 @@ class SerialPosix : public ::testing::Test {
     ::close(slave);  // the port opens it again by name
     slavePath = name;
     backend.map(3, slavePath);
+    h = open("COM3");
+    ASSERT_NE(h, INVALID_HANDLE_VALUE) << GetLastError();
   }
   void TearDown() override {
     if (h != INVALID_HANDLE_VALUE) CloseHandle(h);
     if (master >= 0) ::close(master);
   }
 
-  HANDLE open(const char* name = "COM3") {
+  HANDLE open(const char* name) {
     return CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, 0);
   }
-  void openPort() {
-    h = open();
-    ASSERT_NE(h, INVALID_HANDLE_VALUE) << GetLastError();
-  }
   void useTimeouts(const COMMTIMEOUTS& t) { ASSERT_EQ(SetCommTimeouts(h, &t), TRUE); }
-
   void deviceSends(std::string_view bytes) {
     ASSERT_EQ(::write(master, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
   }
@@ -58,33 +55,31 @@ class SerialPosix : public ::testing::Test {
     const auto until = steady_clock::now() + milliseconds(500);
     while (got.size() < count && steady_clock::now() < until) {
       pollfd p{master, POLLIN, 0};
-      if (poll(&p, 1, 20) == 1) {
-        char buffer[64];
-        const ssize_t n = ::read(master, buffer, sizeof buffer);
-        if (n > 0) got.append(buffer, static_cast<std::size_t>(n));
-      }
+      char buffer[64];
+      const ssize_t n = poll(&p, 1, 20) == 1 ? ::read(master, buffer, sizeof buffer) : 0;
+      if (n > 0) got.append(buffer, static_cast<std::size_t>(n));
     }
     return got;
   }
 
-  // The pty moves bytes to the slave asynchronously: wait until the port has `count` queued.
+  // The pty moves bytes to the slave asynchronously: waits until the port has `count` queued.
   void awaitQueued(DWORD count) {
     const auto until = steady_clock::now() + milliseconds(500);
     DWORD errors = 0;
     COMSTAT stat{};
-    do {
-      ASSERT_EQ(ClearCommError(h, &errors, &stat), TRUE);
-    } while (stat.cbInQue < count && steady_clock::now() < until && (std::this_thread::sleep_for(milliseconds(1)), true));
+    while (ClearCommError(h, &errors, &stat) == TRUE && stat.cbInQue != count && steady_clock::now() < until) {
+      std::this_thread::sleep_for(milliseconds(1));
+    }
     ASSERT_EQ(stat.cbInQue, count);
   }
 
   // Reads up to count bytes; returns them and the real time taken.
-  std::string read(DWORD count, milliseconds* took) {
+  std::string read(DWORD count, milliseconds& took) {
     std::string buffer(count, '\0');
     DWORD n = 0;
     const auto start = steady_clock::now();
     EXPECT_EQ(ReadFile(h, buffer.data(), count, &n, nullptr), TRUE) << GetLastError();
-    *took = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+    took = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
     buffer.resize(n);
     return buffer;
   }
@@ -98,139 +93,127 @@ class SerialPosix : public ::testing::Test {
 
 TEST(SerialPosixErrors, ErrnoValuesMapToSystemCodes) {
   const std::pair<int, DWORD> cases[] = {
-      {ENOENT, 2},  {ENXIO, 2},     {ENODEV, 2}, {EACCES, 5},     {EPERM, 5},   {EROFS, 5},
-      {EBUSY, 5},   {EWOULDBLOCK, 5}, {EBADF, 6}, {EIO, 1117},    {EINVAL, 87}, {ENOTTY, 1},
-      {EOPNOTSUPP, 1}, {ETIMEDOUT, 121}, {EPIPE, 1167}, {ECONNRESET, 1167}, {ENOMEM, 31}, {EFAULT, 31},
+      {ENOENT, 2},     {ENXIO, 2},       {ENODEV, 2},      {EACCES, 5},        {EPERM, 5},    {EROFS, 5},
+      {EBUSY, 5},      {EWOULDBLOCK, 5}, {EBADF, 6},       {EIO, 1117},        {EINVAL, 87},  {ENOTTY, 1},
+      {EOPNOTSUPP, 1}, {ETIMEDOUT, 121}, {EPIPE, 1167},    {ECONNRESET, 1167}, {ENOMEM, 31},  {EFAULT, 31},
   };
   for (const auto& [err, code] : cases) EXPECT_EQ(win32ErrorFromErrno(err), code) << err;
 }
 
-TEST_F(SerialPosix, OnlyMappedExistingDevicesOpen) {
+TEST_F(SerialPosix, OnlyMappedExistingDevicesOpenAndOnlyOnce) {
   backend.map(4, "/dev/does-not-exist");
   for (const char* name : {"COM4", "COM5"}) {
     SetLastError(0);
     EXPECT_EQ(open(name), INVALID_HANDLE_VALUE) << name;
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND) << name;
   }
+  // The open device is locked: under another number in this process, and from another process.
+  backend.map(4, slavePath);
+  EXPECT_EQ(open("COM4"), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    PosixSerialBackend other;
+    other.map(1, slavePath);
+    DWORD error = 0;
+    _exit(other.open(1, error) != nullptr ? 100 : static_cast<int>(error));
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), static_cast<int>(ERROR_ACCESS_DENIED));
+  ASSERT_EQ(CloseHandle(h), TRUE);
+  h = open("COM4");
+  EXPECT_NE(h, INVALID_HANDLE_VALUE);
   backend.unmap(3);
   EXPECT_EQ(open("COM3"), INVALID_HANDLE_VALUE);
 }
 
-TEST_F(SerialPosix, BytesCrossBothWaysAt57600Baud8N1) {
-  openPort();
+TEST_F(SerialPosix, BytesCrossBothWaysWithTheSettingsInTermios) {
   DCB dcb{};
   ASSERT_EQ(GetCommState(h, &dcb), TRUE);
   ASSERT_EQ(BuildCommDCBA("baud=57600 parity=N data=8 stop=1", &dcb), TRUE);
   ASSERT_EQ(SetCommState(h, &dcb), TRUE) << GetLastError();  // no modem lines on a pty: ignored
-
   termios tio{};
   ASSERT_EQ(tcgetattr(master, &tio), 0);
   EXPECT_EQ(cfgetospeed(&tio), B57600);
   EXPECT_EQ(tio.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS), static_cast<tcflag_t>(CS8));
   EXPECT_EQ(tio.c_lflag & (ICANON | ECHO), 0u);
-  DCB back{};
-  ASSERT_EQ(GetCommState(h, &back), TRUE);
-  EXPECT_EQ(back.BaudRate, 57600u);
 
   DWORD n = 0;
   ASSERT_EQ(WriteFile(h, "AT+CGMI\r", 8, &n, nullptr), TRUE);
   EXPECT_EQ(n, 8u);
   EXPECT_EQ(deviceReceives(8), "AT+CGMI\r");
-
   const std::string answer("\r\nSIEMENS\r\n\xff\0OK\r\n", 17);  // every byte value passes unchanged
   deviceSends(answer);
   awaitQueued(17);
   useTimeouts({MAXDWORD, 0, 0, 0, 0});
   milliseconds took{};
-  EXPECT_EQ(read(64, &took), answer);
-}
+  EXPECT_EQ(read(64, took), answer);
+  deviceSends("stale");
+  awaitQueued(5);
+  ASSERT_EQ(PurgeComm(h, PURGE_RXABORT | PURGE_RXCLEAR | PURGE_TXABORT | PURGE_TXCLEAR), TRUE);
+  awaitQueued(0);
 
-TEST_F(SerialPosix, DeviceSettingsReachTermios) {
-  openPort();
-  DCB dcb{};
-  ASSERT_EQ(GetCommState(h, &dcb), TRUE);
   ASSERT_EQ(BuildCommDCBA("1200,e,7,2,x", &dcb), TRUE);
   ASSERT_EQ(SetCommState(h, &dcb), TRUE);
-  termios tio{};
   ASSERT_EQ(tcgetattr(master, &tio), 0);
   EXPECT_EQ(cfgetospeed(&tio), B1200);
-  EXPECT_NE(tio.c_cflag & CSTOPB, 0u);  // a pty keeps 8 data bits without parity whatever it is told
+  EXPECT_NE(tio.c_cflag & CSTOPB, 0u);
+  EXPECT_EQ(tio.c_iflag & (IXON | IXOFF), static_cast<tcflag_t>(IXON | IXOFF));
   DCB back{};
-  ASSERT_EQ(GetCommState(h, &back), TRUE);
+  ASSERT_EQ(GetCommState(h, &back), TRUE);  // a pty keeps 8 data bits without parity whatever it is told
   EXPECT_EQ(back.Parity, EVENPARITY);
   EXPECT_EQ(back.ByteSize, 7);
-  EXPECT_EQ(tio.c_iflag & (IXON | IXOFF), static_cast<tcflag_t>(IXON | IXOFF));
   dcb.BaudRate = 14400;  // a Windows rate without a termios speed
   EXPECT_EQ(SetCommState(h, &dcb), FALSE);
   EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
 }
 
-TEST_F(SerialPosix, IntervalMaxWithoutTotalsReturnsAtOnce) {
-  openPort();
-  useTimeouts({MAXDWORD, 0, 0, 0, 0});
+TEST_F(SerialPosix, ReadTimeoutRules) {
   milliseconds took{};
-  EXPECT_EQ(read(64, &took), "");
+  useTimeouts({MAXDWORD, 0, 0, 0, 0});  // what is buffered, at once
+  EXPECT_EQ(read(64, took), "");
   EXPECT_LT(took, milliseconds(50));
-}
 
-// Interval MAXDWORD with multiplier 0 and a constant: the total timeout bounds the read, the
-// interval never ends it. ClearCommError tells at once that nothing is waiting.
-TEST_F(SerialPosix, TotalTimeoutCollectsTheRestOfAnAnswer) {
-  openPort();
-  useTimeouts({MAXDWORD, 0, 100, 0, 0});
-  awaitQueued(0);
-  milliseconds took{};
-  EXPECT_EQ(read(64, &took), "");
-  EXPECT_GE(took, milliseconds(95));
-  EXPECT_LT(took, milliseconds(1000));
-
+  // Interval MAXDWORD with a total constant: the total bounds the read, collecting the rest of an answer.
+  useTimeouts({MAXDWORD, 0, 60, 0, 0});
+  EXPECT_EQ(read(64, took), "");
+  EXPECT_GE(took, milliseconds(55));
   deviceSends("12345");
   awaitQueued(5);
   std::thread rest([&] {
-    std::this_thread::sleep_for(milliseconds(30));
+    std::this_thread::sleep_for(milliseconds(20));
     deviceSends("678");
   });
-  EXPECT_EQ(read(64, &took), "12345678");
+  EXPECT_EQ(read(64, took), "12345678");
   rest.join();
-  EXPECT_GE(took, milliseconds(95));
+  EXPECT_GE(took, milliseconds(55));
   EXPECT_LT(took, milliseconds(1000));
-}
 
-TEST_F(SerialPosix, IntervalTimeoutEndsAReadAtAGap) {
-  openPort();
-  useTimeouts({30, 0, 0, 0, 0});
+  useTimeouts({30, 0, 0, 0, 0});  // an interval alone ends the read at a gap
   deviceSends("abc");
   awaitQueued(3);
-  milliseconds took{};
-  EXPECT_EQ(read(64, &took), "abc");
+  EXPECT_EQ(read(64, took), "abc");
   EXPECT_GE(took, milliseconds(25));
   EXPECT_LT(took, milliseconds(500));
 }
 
 TEST_F(SerialPosix, XoffHoldsWritesUntilTheirTimeout) {
-  openPort();
-  useTimeouts({MAXDWORD, 0, 0, 0, 60});
+  useTimeouts({MAXDWORD, 0, 0, 0, 40});
   ASSERT_EQ(EscapeCommFunction(h, SETXOFF), TRUE);
   const std::string block(8192, 'x');  // more than the pty takes while stopped
   DWORD n = 0;
   const auto start = steady_clock::now();
   EXPECT_EQ(WriteFile(h, block.data(), static_cast<DWORD>(block.size()), &n, nullptr), TRUE);
-  EXPECT_GE(steady_clock::now() - start, milliseconds(55));
+  EXPECT_GE(steady_clock::now() - start, milliseconds(35));
   EXPECT_LT(n, block.size());
   ASSERT_EQ(EscapeCommFunction(h, SETXON), TRUE);
   EXPECT_EQ(deviceReceives(n).size(), n);
 }
 
-TEST_F(SerialPosix, PurgeEmptiesTheInputQueue) {
-  openPort();
-  deviceSends("stale");
-  awaitQueued(5);
-  ASSERT_EQ(PurgeComm(h, PURGE_RXABORT | PURGE_RXCLEAR | PURGE_TXABORT | PURGE_TXCLEAR), TRUE);
-  awaitQueued(0);
-}
-
 TEST_F(SerialPosix, APseudoTerminalHasNoModemLines) {
-  openPort();
   int lines = 0;
   ASSERT_NE(ioctl(master, TIOCMGET, &lines), 0);
   const DWORD expected = win32ErrorFromErrno(errno);  // ENOTTY, or EINVAL on older kernels
@@ -242,39 +225,10 @@ TEST_F(SerialPosix, APseudoTerminalHasNoModemLines) {
   EXPECT_EQ(EscapeCommFunction(h, RESETDEV), TRUE);
 }
 
-TEST_F(SerialPosix, AnOpenDeviceIsExclusiveWithinTheProcess) {
-  backend.map(4, slavePath);
-  openPort();
-  SetLastError(0);
-  EXPECT_EQ(open("COM4"), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-  ASSERT_EQ(CloseHandle(h), TRUE);
-  h = open("COM4");
-  EXPECT_NE(h, INVALID_HANDLE_VALUE);
-}
-
-TEST_F(SerialPosix, AnOpenDeviceIsExclusiveAcrossProcesses) {
-  openPort();
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    PosixSerialBackend other;
-    other.map(1, slavePath);
-    DWORD error = 0;
-    const bool opened = other.open(1, error) != nullptr;
-    _exit(opened ? 100 : static_cast<int>(error));
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), static_cast<int>(ERROR_ACCESS_DENIED));
-}
-
 TEST_F(SerialPosix, AHungUpDeviceIsNotConnected) {
-  openPort();
   useTimeouts({0, 0, 0, 0, 0});
   std::thread hangUp([&] {
-    std::this_thread::sleep_for(milliseconds(30));
+    std::this_thread::sleep_for(milliseconds(20));
     ::close(master);
     master = -1;
   });
