@@ -1,5 +1,5 @@
-// Shared setup of the discovery tests: an empty registry and a chosen OS version installed for the
-// test, a fresh port table, and the discovery trace texts recorded.
+// Discovery tests run on an empty registry and a chosen OS version installed for the test, a fresh
+// port table, and the discovery trace texts recorded.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -44,6 +44,10 @@ class DiscoveryTest : public ::testing::Test {
 
   // Keys and values in .reg syntax, below a REGEDIT4 header.
   void load(std::string_view regText) { platform::loadRegText(reg, "REGEDIT4\n\n" + std::string(regText), "test"); }
+  // A text value of a key below HKEY_LOCAL_MACHINE.
+  void set(std::string_view key, std::string_view name, std::string_view text) {
+    reg.setString("HKLM\\" + std::string(key), name, text);
+  }
   void loadFixture(const std::string& name) { platform::loadRegFile(reg, std::string(TOVPORT_FIXTURES) + "/" + name); }
 
   static ComPortType kind(int port) { return PortTable()(port); }
@@ -52,13 +56,19 @@ class DiscoveryTest : public ::testing::Test {
     for (int p = 1; p <= MaxPorts; ++p) all[static_cast<std::size_t>(p - 1)] = PortTable()(p);
     return all;
   }
+  // The table after `enumerator` ran alone on a cleared one.
+  template <class Enumerator>
+  static Kinds run(Enumerator enumerator) {
+    resetTable();
+    enumerator();
+    return kinds();
+  }
   // Every port cptNone but the ones given.
   static Kinds only(std::initializer_list<std::pair<int, ComPortType>> marks) {
     Kinds all{};
     for (auto [port, k] : marks) all[static_cast<std::size_t>(port - 1)] = k;
     return all;
   }
-  bool traced(std::u16string_view text) const { return std::find(traces.begin(), traces.end(), text) != traces.end(); }
   long discoveryRuns() const { return std::count(traces.begin(), traces.end(), u"finished loop"); }
 
  private:
