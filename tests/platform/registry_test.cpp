@@ -216,13 +216,10 @@ TEST(RegistryPath, RootsInFullAndShortFormAndWhatIsRefused) {
     const auto split = splitRegistryPath(text);
     EXPECT_EQ(split ? split->root : 0, root) << text;
   }
-  EXPECT_EQ(splitRegistryPath("HKLM\\Software\\Widcomm")->names,
-            (std::vector<std::string_view>{"Software", "Widcomm"}));
   std::string deep = "HKLM";
   for (std::size_t i = 0; i < kMaxKeyDepth; ++i) deep += "\\k";
-  EXPECT_TRUE(splitRegistryPath(deep));
+  EXPECT_EQ(splitRegistryPath(deep)->names.size(), kMaxKeyDepth);
   EXPECT_FALSE(splitRegistryPath(deep + "\\k"));
-  EXPECT_EQ(rootKeyName(HKEY_PERFORMANCE_DATA), "HKEY_PERFORMANCE_DATA");
 }
 
 // Threads open, read and close their own keys while adding keys: no handle or value mixes up.

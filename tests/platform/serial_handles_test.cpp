@@ -2,9 +2,7 @@
 
 #include <functional>
 #include <set>
-#include <thread>
 
-#include "platform/clock.h"
 #include "platform/last_error.h"
 #include "platform/serial.h"
 #include "platform/serial_memory.h"
@@ -111,28 +109,6 @@ TEST_F(SerialHandles, ArgumentsNoDeviceAcceptsAreRefusedBeforeReachingIt) {
   EXPECT_EQ(SetCommState(h, &fiveBits), TRUE);
   EXPECT_EQ(port.state().ByteSize, 5);
   EXPECT_EQ(CloseHandle(h), TRUE);
-}
-
-TEST_F(SerialHandles, ABlockedReadDoesNotHoldUpOtherHandles) {
-  ManualClock manual;
-  ScopedClock clockGuard(manual);
-  SimulatedPort& waiting = backend.port(6);
-  backend.port(7);
-  const HANDLE h6 = openPort("COM6");
-  const COMMTIMEOUTS none{};  // no timeouts: the read waits for its count
-  ASSERT_EQ(SetCommTimeouts(h6, &none), TRUE);
-  std::thread reader([&] {
-    char buffer[2];
-    DWORD n = 0;
-    EXPECT_EQ(ReadFile(h6, buffer, 2, &n, nullptr), TRUE);
-    EXPECT_EQ(n, 2u);
-  });
-  const HANDLE h7 = openPort("COM7");  // the table is free while COM6 blocks
-  EXPECT_NE(h7, INVALID_HANDLE_VALUE);
-  EXPECT_EQ(CloseHandle(h7), TRUE);
-  waiting.deliver("ok");
-  reader.join();
-  EXPECT_EQ(CloseHandle(h6), TRUE);
 }
 
 }  // namespace
