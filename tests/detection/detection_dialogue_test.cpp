@@ -8,7 +8,6 @@ namespace {
 
 using platform::SerialOp;
 
-const PhoneScript kS65{{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r", {"\r\nS65\r\n\r\nOK\r\n"}}}};
 const std::string kBothCommands = "AT+CGMI\rAT+CGMM\r";
 
 using DetectionDialogue = SimulatedPhoneTest;
@@ -20,7 +19,7 @@ TEST_F(DetectionDialogue, EveryAnswerEndsInItsOutcomeThenTheEndMarkWithThePortCl
     std::string written;
   };
   const Case cases[] = {
-      {kS65, "BenQ-Siemens S65, True, 154, 0)", kBothCommands},
+      {kS65Phone, "BenQ-Siemens S65, True, 154, 0)", kBothCommands},
       {{{{"AT+CGMI\r", {"\r\nbenq\r\nOK\r\n"}}, {"AT+CGMM\r", {"\r\nel71\r\nOK\r\n"}}}},
        "BenQ-Siemens EL71, True, 182, 0)", kBothCommands},
       {{{{"AT+CGMI\r", {"\r\nNOKIA\r\n\r\nOK\r\n"}}}}, ", False, 0, 2)", "AT+CGMI\r"},  // another maker
@@ -37,7 +36,7 @@ TEST_F(DetectionDialogue, EveryAnswerEndsInItsOutcomeThenTheEndMarkWithThePortCl
     auto& device = phone(port, c.script);
     c_->Pending(port) = VariantBool::True;
     c_->VBDetectDevice(port);
-    ASSERT_TRUE(pumpUntil([&] { return !events_->events.empty() && events_->events.back().error() == dde_NoMoreDevices; }));
+    ASSERT_TRUE(pumpUntil([&] { return !eventsOf(3).empty() && eventsOf(3).back().error() == dde_NoMoreDevices; }));
     ASSERT_EQ(events_->events.size(), 2u);
     EXPECT_EQ(events_->events[0].describe(), "DeviceDetected(" + std::to_string(port) + ", " + c.outcome);
     EXPECT_EQ(device.output(), c.written);
@@ -48,13 +47,14 @@ TEST_F(DetectionDialogue, EveryAnswerEndsInItsOutcomeThenTheEndMarkWithThePortCl
 
 TEST_F(DetectionDialogue, ImmediateFailuresEndWithoutTimePassing) {
   listSerialPort(2);
-  auto& ctsOff = phone(2, kS65, /*cts=*/false);  // a serial port: no write without CTS
+  auto& ctsOff = phone(2, kS65Phone, /*cts=*/false);  // a serial port: no write without CTS
   listSerialPort(8);
   serial_.port(8).setPresent(false);
   listSerialPort(3);
-  phone(3, kS65).failAlways(SerialOp::Write, platform::ERROR_GEN_FAILURE);
-  const std::pair<std::int16_t, std::string> cases[] = {
-      {2, "DeviceDetected(2, , False, 0, 2)"}, {8, "DeviceDetected(8, , False, 0, 1)"}, {3, "DeviceDetected(3, , False, 0, 2)"}};
+  phone(3, kS65Phone).failAlways(SerialOp::Write, platform::ERROR_GEN_FAILURE);
+  const std::pair<std::int16_t, std::string> cases[] = {{2, "DeviceDetected(2, , False, 0, 2)"},
+                                                        {8, "DeviceDetected(8, , False, 0, 1)"},
+                                                        {3, "DeviceDetected(3, , False, 0, 2)"}};
   for (const auto& [port, outcome] : cases) {
     events_->events.clear();
     c_->VBDetectDevice(port);
@@ -71,7 +71,7 @@ TEST_F(DetectionDialogue, InfraredAndSystemOnlyPortsPauseTwoSecondsAndSendWhatev
   listIrDaPort(4);
   listUnknownPort(9);
   for (std::int16_t port : {4, 9}) {
-    phone(port, kS65, /*cts=*/false);
+    phone(port, kS65Phone, /*cts=*/false);
     events_->events.clear();
     const std::int64_t start = now();
     c_->VBDetectDevice(port);
@@ -102,7 +102,7 @@ TEST_F(DetectionDialogue, AReadFailureStallsThePortWithTheErrorLineAndNoOutcome)
 // arms a new timer for the closed port, whose tick ends with the failed read.
 TEST_F(DetectionDialogue, AnAnswerJudgedDuringTheSecondSendLeavesATimerThatReportsTheClosedPort) {
   listSerialPort(3);
-  auto script = kS65;
+  auto script = kS65Phone;
   script.firstDelayMs = 0;
   phone(3, script);
   c_->VBDetectDevice(3);

@@ -15,7 +15,6 @@
 #include "component/mod_public.h"
 #include "discovery/port_table.h"
 #include "platform/message_queue.h"
-#include "platform/registry.h"
 #include "platform/serial_posix.h"
 #include "support/event_recorder.h"
 
@@ -49,10 +48,9 @@ TEST(DetectionOverPseudoTerminal, APhoneAtTheMasterSideIsRecognised) {
   platform::PosixSerialBackend backend;
   backend.map(5, ttyname(slave));
   platform::ScopedSerialBackend serialScope(backend);
-  platform::Registry registry;
-  registry.setString("HKEY_LOCAL_MACHINE\\Hardware\\DeviceMap\\SerialComm", "\\Device\\Modem0", "COM5");
-  platform::ScopedRegistry registryScope(registry);
-  discovery::PortTableFilled() = false;
+  discovery::PortTable() = PortTableOf<ComPortType>{};
+  discovery::PortTable()(5) = cptUnknown;
+  discovery::PortTableFilled() = true;
 
   auto c = tovComPrtv3::create();
   c->Worker = threads::ThreadControl::create();

@@ -35,8 +35,12 @@ void SimulatedPhoneTest::list(const std::string& key, const std::string& value, 
   discovery::PortTableFilled() = false;
 }
 
-void SimulatedPhoneTest::listSerialPort(int port) { list(kSerialComm, "\\Device\\Serial" + std::to_string(port), port); }
-void SimulatedPhoneTest::listUnknownPort(int port) { list(kSerialComm, "\\Device\\Modem" + std::to_string(port), port); }
+void SimulatedPhoneTest::listSerialPort(int port) {
+  list(kSerialComm, "\\Device\\Serial" + std::to_string(port), port);
+}
+void SimulatedPhoneTest::listUnknownPort(int port) {
+  list(kSerialComm, "\\Device\\Modem" + std::to_string(port), port);
+}
 void SimulatedPhoneTest::listIrDaPort(int port) {
   list("HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Enum\\IRENUM\\SIE0001\\Irda" + std::to_string(port) +
            "\\Device Parameters",

@@ -27,6 +27,7 @@ struct PhoneScript {
 };
 
 inline const char* const kSiemensAnswer = "\r\nSIEMENS\r\n\r\nOK\r\n";
+inline const PhoneScript kS65Phone{{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r", {"\r\nS65\r\n\r\nOK\r\n"}}}};
 
 class SimulatedPhoneTest : public ::testing::Test {
  protected:

@@ -52,11 +52,7 @@ using WorkersEntry = RequestTest;
 
 TEST_F(WorkersEntry, APortOutsideTheTableOnlyEndsTheWorkerOfThatName) {
   // The worker named 33 calls back with 33: its call ends itself and reports nothing.
-  BStr name = u"33", method = u"VBclsPortTest";
-  Ref<IDispatch> self(static_cast<IDispatch*>(c_.get()));
-  std::int16_t port = 33;
-  Variant argument = Variant::byRef(&port);
-  c_->Worker->StartThread(name, self, method, argument);
+  requests::startPortWorker(*c_, 33, requests::kPortTestEntry);
   ASSERT_TRUE(pumpUntil([&] { return !workerExists(33); }));
   EXPECT_TRUE(workersEnd());
   Variant zero(std::int16_t{0});

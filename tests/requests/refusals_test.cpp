@@ -22,7 +22,8 @@ TEST_F(RequestRefusals, OneEventAndNothingElse) {
       {"PortTest(33)", 0, [&] { return c_->PortTest(33); }, "PortAvailable(33, 3)"},
       {"DetectDevice(3)", 32, [&] { return c_->DetectDevice(3); }, "DeviceDetected(3, , False, 2, 5)"},
       {"DetectAllDevices", 32, [&] { return c_->DetectAllDevices(); }, "DeviceDetected(1, , False, 2, 5)"},
-      {"DetectDevicesFromList", 20, [&] { return c_->DetectDevicesFromList(list); }, "DeviceDetected(1, , False, 2, 5)"},
+      {"DetectDevicesFromList", 20, [&] { return c_->DetectDevicesFromList(list); },
+       "DeviceDetected(1, , False, 2, 5)"},
       {"PortTest(5)", 1, [&] { return c_->PortTest(5); }, "PortAvailable(5, 3)"},
       {"TestAllPorts", 9, [&] { return c_->TestAllPorts(); }, "PortAvailable(1, 3)"},
   };

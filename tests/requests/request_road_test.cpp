@@ -23,7 +23,8 @@ TEST_F(RequestRoad, UntestedPortsDuringTheCallThenOutcomesInFinishingOrderThenOn
   ASSERT_EQ(c_->DetectAllDevices(), VariantBool::True);
   EXPECT_EQ(untestedPorts(), allBut({1, 3}));
   const std::size_t untested = events_->events.size();
-  for (const auto& e : events_->events) EXPECT_EQ(e.describe(), "DeviceDetected(" + std::to_string(e.port()) + ", , False, 0, 1)");
+  for (const auto& e : events_->events)
+    EXPECT_EQ(e.describe(), "DeviceDetected(" + std::to_string(e.port()) + ", , False, 0, 1)");
   EXPECT_EQ(c_->IsPending(), VariantBool::True);
   EXPECT_TRUE(workerExists(1));
   EXPECT_TRUE(workerExists(3));

@@ -10,8 +10,6 @@
 
 namespace tov::testing {
 
-inline const PhoneScript kS65Phone{{{"AT+CGMI\r", {kSiemensAnswer}}, {"AT+CGMM\r", {"\r\nS65\r\n\r\nOK\r\n"}}}};
-
 class RequestTest : public SimulatedPhoneTest {
  protected:
   // Small steps: a worker whose call comes late in real time costs little manual time.

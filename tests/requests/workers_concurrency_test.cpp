@@ -48,7 +48,8 @@ TEST_F(WorkersConcurrency, ThirtyTwoWorkersAllReportAndOneEndMarkComesLast) {
   ASSERT_TRUE(pumpUntilEndMark());
   ASSERT_EQ(events_->events.size(), 33u);
   EXPECT_TRUE(eachPortOnce(events_->events));
-  for (std::size_t i = 0; i < 32; ++i) EXPECT_EQ(events_->events[i].available(), pa_Available) << events_->events[i].describe();
+  for (std::size_t i = 0; i < 32; ++i)
+    EXPECT_EQ(events_->events[i].available(), pa_Available) << events_->events[i].describe();
   EXPECT_EQ(c_->IsPending(), VariantBool::False);
   EXPECT_TRUE(workersEnd());
 }
