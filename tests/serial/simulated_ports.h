@@ -20,12 +20,12 @@ namespace tov::serial_test {
 
 inline constexpr const char16_t* kSettings = u"baud=57600 parity=N data=8 stop=1";
 
-// Counts the passes of the calling thread's message pump from construction to destruction;
-// onPass runs in each pass with its number (1, 2, ...).
+// Counts the passes of the calling thread's message pump while it lives, running onPass in each
+// with its number (1, 2, ...).
 class PumpCounter {
  public:
-  explicit PumpCounter(std::function<void(int)> onPass = {}) : state_(std::make_shared<State>()) {
-    state_->onPass = std::move(onPass);
+  explicit PumpCounter(std::function<void(int)> onPass = [](int) {})
+      : state_(std::make_shared<State>(State{std::move(onPass)})) {
     arm(state_);
   }
   ~PumpCounter() {
@@ -36,16 +36,15 @@ class PumpCounter {
 
  private:
   struct State {
+    std::function<void(int)> onPass;
     int passes = 0;
     bool stopped = false;
-    std::function<void(int)> onPass;
   };
   // Each pass runs only the calls posted before it, so re-posting counts one per pass.
   static void arm(const std::shared_ptr<State>& state) {
     platform::MessageQueue::current()->post([state] {
       if (state->stopped) return;
-      ++state->passes;
-      if (state->onPass) state->onPass(state->passes);
+      state->onPass(++state->passes);
       arm(state);
     });
   }
@@ -61,11 +60,7 @@ class SimulatedPorts : public ::testing::Test {
 
   // Handles live in the process's handle table: leave no port open for the next test.
   void TearDown() override {
-    for (int p = 1; p <= MaxPorts; ++p) {
-      if (isTrue(c->CommPorts(p).IsOpen)) {
-        EXPECT_EQ(c->VBCommClose(static_cast<std::int16_t>(p)), 0) << "port " << p;
-      }
-    }
+    for (std::int16_t p = 1; p <= MaxPorts; ++p) EXPECT_EQ(c->VBCommClose(p), 0) << "port " << p;
     observeLog(previousObserver);
     gComponent().reset();
   }
@@ -78,12 +73,6 @@ class SimulatedPorts : public ::testing::Test {
     BStr text;
     c->VBCommGetError(text);
     return text;
-  }
-
-  void expectLastError(std::int32_t code, std::u16string_view source, std::u16string_view message) {
-    EXPECT_EQ(c->LastError.ErrorCode, code);
-    EXPECT_EQ(c->LastError.ErrorSource, source);
-    EXPECT_EQ(c->LastError.ErrorMessage, message);
   }
 
   platform::ManualClock manual;
