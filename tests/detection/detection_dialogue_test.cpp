@@ -10,6 +10,12 @@ using platform::SerialOp;
 
 const std::string kBothCommands = "AT+CGMI\rAT+CGMM\r";
 
+// GCC 12 at -O2 takes the maps of a half-built table of phone scripts for uninitialized on the
+// exception path that destroys it; they are not.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 using DetectionDialogue = SimulatedPhoneTest;
 
 TEST_F(DetectionDialogue, EveryAnswerEndsInItsOutcomeThenTheEndMarkWithThePortClosed) {
