@@ -39,6 +39,13 @@ DWORD subKeyNames(HKEY key, const char* subKey, std::vector<std::string_view>& n
   return ERROR_SUCCESS;
 }
 
+// Where a call that names a subkey starts (the key behind the handle) and the names below it.
+DWORD locate(const Session& s, HKEY key, const char* subKey, const std::shared_ptr<RegKeyNode>*& start,
+             std::vector<std::string_view>& names) {
+  if (const DWORD st = s.find(key, start); st != ERROR_SUCCESS) return st;
+  return subKeyNames(key, subKey, names);
+}
+
 DWORD sizeOf(std::size_t n) { return static_cast<DWORD>(n); }
 
 // Copies a name with its NUL when it fits the buffer of *size characters, and reports its length.
@@ -85,8 +92,7 @@ LSTATUS RegOpenKeyExA(HKEY key, const char* subKey, DWORD /*options*/, REGSAM /*
   Session s;
   const std::shared_ptr<RegKeyNode>* start = nullptr;
   std::vector<std::string_view> names;
-  if (const DWORD st = s.find(key, start); st != ERROR_SUCCESS) return st;
-  if (const DWORD st = subKeyNames(key, subKey, names); st != ERROR_SUCCESS) return st;
+  if (const DWORD st = locate(s, key, subKey, start, names); st != ERROR_SUCCESS) return st;
   // Opening a root itself hands back the root, as the system does for predefined keys.
   if (names.empty() && Registry::Impl::isRoot(key)) {
     *result = key;
@@ -186,8 +192,7 @@ LSTATUS RegCreateKeyExA(HKEY key, const char* subKey, HKEY* result) {
   Session s;
   const std::shared_ptr<RegKeyNode>* start = nullptr;
   std::vector<std::string_view> names;
-  if (const DWORD st = s.find(key, start); st != ERROR_SUCCESS) return st;
-  if (const DWORD st = subKeyNames(key, subKey, names); st != ERROR_SUCCESS) return st;
+  if (const DWORD st = locate(s, key, subKey, start, names); st != ERROR_SUCCESS) return st;
   const auto* target = s.impl.walkOrCreate(*start, names);
   if (target == nullptr) return ERROR_INVALID_PARAMETER;
   *result = s.impl.addHandle(*target);
