@@ -4,12 +4,15 @@
 #include "component/debug_log.h"
 #include "component/guids.h"
 #include "component/mod_public.h"
+#include "platform/message_queue.h"
+#include "threads/apartment_call.h"
 
 namespace tov {
 
 using namespace automation;
 
-tovComPrtv3::tovComPrtv3() : events_(new ConnectionPoint(DIID___tovComPrtv3)) {}
+tovComPrtv3::tovComPrtv3()
+    : events_(new ConnectionPoint(DIID___tovComPrtv3)), apartment_(platform::GetCurrentThreadId()) {}
 
 // Termination releases memory only: open ports, timers and workers are left as they are.
 tovComPrtv3::~tovComPrtv3() = default;
@@ -40,7 +43,13 @@ HRESULT tovComPrtv3::GetIDsOfNames(std::u16string_view name, DISPID* id) {
 
 HRESULT tovComPrtv3::Invoke(DISPID id, DispParams& params, Variant* result, ExcepInfo* excep, unsigned* argErr) {
   Ref<tovComPrtv3> keepAlive(this);  // a call may release the host's last reference
-  return Dispatcher<tovComPrtv3>(methods()).invoke(*this, id, params, result, excep, argErr);
+  auto call = [keepAlive, id](DispParams& args, Variant* value, ExcepInfo* error, unsigned* badArg) {
+    return Dispatcher<tovComPrtv3>(methods()).invoke(*keepAlive, id, args, value, error, badArg);
+  };
+  // A call from another thread is carried to the instance's own thread and runs there.
+  if (platform::GetCurrentThreadId() != apartment_)
+    return threads::invokeOnThread(apartment_, call, params, result, excep, argErr);
+  return call(params, result, excep, argErr);
 }
 
 HRESULT tovComPrtv3::FindConnectionPoint(const GUID& iid, IConnectionPoint** out) {

@@ -127,6 +127,7 @@ class tovComPrtv3 final : public automation::IDispatch,
   void VBcheckDevice(std::int16_t PortNr, BStr rcvd);
 
   automation::Ref<automation::ConnectionPoint> events_;
+  platform::DWORD apartment_;  // the thread that created the instance: every call runs there
 };
 
 }  // namespace tov

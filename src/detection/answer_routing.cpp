@@ -17,11 +17,18 @@ void tovComPrtv3::VBcheckAnswer(std::int16_t PortNr, BStr Answer) {
   if (containsNoCase(Answer, u"OK") || containsNoCase(Answer, u"ERROR")) VBDeviceDetected(PortNr, Answer);
 }
 
-// The port stays open: the host may go on talking to it.
+// The port stays open: the host may go on talking to it. A detection whose answer this takes
+// (a read failure in its tick, or a chunk while an exchange of the host runs) has lost its timer
+// and would stay pending for good: it ends here, its port closed, with dde_CouldNotsendOutput.
 void tovComPrtv3::VBMsgReceived(std::int16_t PortNr, BStr& strReceived) {
+  const bool detecting = isTrue(Pending(PortNr)) && TimerIds(PortNr) != 0 &&
+                         (DialogueStep(PortNr) == 0 || DialogueStep(PortNr) == 1);
   VBStopTimer(PortNr);
   fireEventMsgReceived(strReceived);
   MessageMode = VariantBool::False;
+  if (!detecting) return;
+  VBClosePort(PortNr);
+  fireEventDeviceDetected(PortNr, dtNone, dde_CouldNotsendOutput, VariantBool::False);
 }
 
 void tovComPrtv3::VBMsgTimeout(std::int16_t PortNr) {

@@ -1,7 +1,9 @@
 #include "platform/message_queue.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
+#include <map>
 
 #include "platform/clock.h"
 #include "platform/last_error.h"
@@ -9,19 +11,60 @@
 namespace tov::platform {
 namespace {
 
-// Closes the thread's queue when the thread ends, so that posts from elsewhere fail instead of
-// waiting forever for a pump that will not come.
-struct ThreadQueue {
-  std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
-  ~ThreadQueue() { queue->close(); }
+// The queues of the living threads by thread id, for posts from other threads.
+class QueueDirectory {
+ public:
+  void add(DWORD id, const std::shared_ptr<MessageQueue>& queue) {
+    std::lock_guard lock(mutex_);
+    queues_[id] = queue;
+  }
+  void remove(DWORD id) {
+    std::lock_guard lock(mutex_);
+    queues_.erase(id);
+  }
+  std::shared_ptr<MessageQueue> find(DWORD id) {
+    std::lock_guard lock(mutex_);
+    auto it = queues_.find(id);
+    return it == queues_.end() ? nullptr : it->second.lock();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::map<DWORD, std::weak_ptr<MessageQueue>> queues_;
 };
+
+QueueDirectory& directory() {
+  static QueueDirectory* instance = new QueueDirectory;  // outlives every thread's exit
+  return *instance;
+}
+
+DWORD newThreadId() {
+  static std::atomic<DWORD> last{0};
+  DWORD id = ++last;
+  if (id == 0) id = ++last;
+  return id;
+}
+
+// The thread's id and queue. The queue is closed when the thread ends, so that posts from
+// elsewhere fail instead of waiting forever for a pump that will not come.
+struct ThreadQueue {
+  DWORD id = newThreadId();
+  std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
+  ThreadQueue() { directory().add(id, queue); }
+  ~ThreadQueue() {
+    directory().remove(id);
+    queue->close();
+  }
+};
+
+ThreadQueue& threadQueue() {
+  thread_local ThreadQueue holder;
+  return holder;
+}
 
 }  // namespace
 
-std::shared_ptr<MessageQueue> MessageQueue::current() {
-  thread_local ThreadQueue holder;
-  return holder.queue;
-}
+std::shared_ptr<MessageQueue> MessageQueue::current() { return threadQueue().queue; }
 
 bool MessageQueue::post(std::function<void()> call) {
   {
@@ -135,6 +178,23 @@ BOOL KillTimer(HWND hwnd, UINT_PTR id) {
     return FALSE;
   }
   return TRUE;
+}
+
+DWORD GetCurrentThreadId() { return threadQueue().id; }
+
+BOOL PostThreadMessage(DWORD idThread, UINT Msg, WPARAM, LPARAM lParam) {
+  auto* call = reinterpret_cast<ThreadCall*>(lParam);
+  if (Msg != WM_TOV_THREADCALL || call == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  const std::shared_ptr<MessageQueue> queue = directory().find(idThread);
+  // The queued message owns the call from here; a refused post hands it back to the poster.
+  auto owned = std::make_shared<std::unique_ptr<ThreadCall>>(call);
+  if (queue && queue->post([owned] { (*owned)->run(); })) return TRUE;
+  owned->release();
+  SetLastError(ERROR_INVALID_THREAD_ID);
+  return FALSE;
 }
 
 void PumpMessages() { MessageQueue::current()->pump(); }

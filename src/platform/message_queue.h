@@ -20,6 +20,18 @@ inline constexpr UINT USER_TIMER_MINIMUM = 10;
 inline constexpr UINT USER_TIMER_MAXIMUM = 0x7FFFFFFF;
 
 using TIMERPROC = void (*)(HWND hwnd, UINT message, UINT_PTR idEvent, DWORD time);
+using WPARAM = std::uintptr_t;
+using LPARAM = std::intptr_t;
+
+inline constexpr UINT WM_APP = 0x8000;
+// A call carried to another thread as a thread message: its LPARAM is a ThreadCall* that the
+// message owns. The receiving thread's pump runs the call and deletes it; when the post fails the
+// call stays with the poster.
+inline constexpr UINT WM_TOV_THREADCALL = WM_APP + 0x0100;
+struct ThreadCall {
+  std::function<void()> run;
+};
+inline constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
 
 class MessageQueue {
  public:
@@ -68,6 +80,12 @@ class MessageQueue {
   UINT_PTR nextTimerId_ = 1;
   bool closed_ = false;
 };
+
+// Win32 shapes. GetCurrentThreadId never answers 0. PostThreadMessage takes WM_TOV_THREADCALL
+// only (any other message is ERROR_INVALID_PARAMETER) and fails with ERROR_INVALID_THREAD_ID when
+// idThread has no queue, or no longer has one.
+DWORD GetCurrentThreadId();
+BOOL PostThreadMessage(DWORD idThread, UINT Msg, WPARAM wParam, LPARAM lParam);
 
 // Win32 shapes on the calling thread's queue. hwnd must be 0: timers belong to the thread.
 UINT_PTR SetTimer(HWND hwnd, UINT_PTR idEvent, UINT elapse, TIMERPROC proc);

@@ -48,7 +48,7 @@ void ThreadControl::StartThread(BStr& Name, Ref<automation::IDispatch>& Target, 
   std::lock_guard lock(impl_->mutex);
   if (impl_->workers.count(Name)) throw automation::RuntimeError(automation::kErrInvalidCall);
   // The call goes to the apartment of the thread that starts the worker: the target's own.
-  impl_->workers[Name] = startWorker(platform::MessageQueue::current(), Target, MethodName, Argument.deref());
+  impl_->workers[Name] = startWorker(platform::GetCurrentThreadId(), Target, MethodName, Argument.deref());
 }
 
 void ThreadControl::KillThread(BStr& Name) {

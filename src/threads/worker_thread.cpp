@@ -1,5 +1,7 @@
 #include "threads/worker_thread.h"
 
+#include <chrono>
+#include <future>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -55,6 +57,10 @@ void WorkerState::markExited() {
 
 namespace {
 
+// How long a start waits for its worker to queue the call (a thread that is slow to run only
+// gives up the port order).
+constexpr int kQueueBoundMs = 5000;
+
 // The marshalled call as it waits in the target thread's queue. It owns the target, so the
 // reference goes where the call goes: released on the target's thread after the call, or with
 // the queue when that thread ends first.
@@ -83,11 +89,19 @@ class CallMessage {
   BStr method_;
 };
 
-void runWorker(std::shared_ptr<WorkerState> state, std::shared_ptr<platform::MessageQueue> queue,
-               std::shared_ptr<CallMessage> message) {
-  queue->post([message] { message->run(); });  // a closed queue drops the call, which settles it
+// The worker's thread: queues the call on the target's thread, tells the starter that it did, and
+// waits for the call to settle or for the end.
+void runWorker(std::shared_ptr<WorkerState> state, platform::DWORD targetThread, std::shared_ptr<CallMessage> message,
+               std::shared_ptr<std::promise<void>> queued) {
+  auto call = std::make_unique<platform::ThreadCall>();
+  call->run = [message] { message->run(); };
   message.reset();
-  queue.reset();
+  // A refused post leaves the call here: it is dropped with its message, which settles the worker.
+  if (platform::PostThreadMessage(targetThread, platform::WM_TOV_THREADCALL, 0,
+                                  reinterpret_cast<platform::LPARAM>(call.get())))
+    call.release();
+  call.reset();
+  queued->set_value();
   state->waitForCall();
   state->markExited();
 }
@@ -152,16 +166,20 @@ Reaper& reaper() {
 
 }  // namespace
 
-std::shared_ptr<WorkerState> startWorker(std::shared_ptr<platform::MessageQueue> queue, Ref<IDispatch> target,
-                                         BStr method, Variant argument) {
+std::shared_ptr<WorkerState> startWorker(platform::DWORD targetThread, Ref<IDispatch> target, BStr method,
+                                         Variant argument) {
   auto state = std::make_shared<WorkerState>(target.get(), std::move(argument));
   auto message = std::make_shared<CallMessage>(state, std::move(target), std::move(method));
+  auto queued = std::make_shared<std::promise<void>>();
+  std::future<void> posted = queued->get_future();
   Reaper& threads = reaper();
   try {
-    threads.add(state, std::thread(runWorker, state, std::move(queue), std::move(message)));
+    threads.add(state, std::thread(runWorker, state, targetThread, std::move(message), std::move(queued)));
   } catch (const std::system_error&) {
     throw automation::RuntimeError(7);  // out of memory
   }
+  // Workers queue their calls in the order they were started: the ports' work begins in port order.
+  posted.wait_for(std::chrono::milliseconds(kQueueBoundMs));
   return state;
 }
 

@@ -44,12 +44,11 @@ class WorkerState {
   bool exited_ = false;
 };
 
-// Starts a worker that posts the call method(argument) on target to queue. The queued call holds
-// the target, so it is released on the queue's thread. Throws RuntimeError 7 when no thread can
-// be created.
-std::shared_ptr<WorkerState> startWorker(std::shared_ptr<platform::MessageQueue> queue,
-                                         automation::Ref<automation::IDispatch> target, automation::BStr method,
-                                         automation::Variant argument);
+// Starts a worker that posts the call method(argument) on target to the thread targetThread, and
+// returns once the call is queued there. The queued call holds the target, so it is released on
+// that thread. Throws RuntimeError 7 when no thread can be created.
+std::shared_ptr<WorkerState> startWorker(platform::DWORD targetThread, automation::Ref<automation::IDispatch> target,
+                                         automation::BStr method, automation::Variant argument);
 
 // Worker threads of the process that have not finished yet (for diagnosis and tests).
 std::size_t runningWorkerCount();

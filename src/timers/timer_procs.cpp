@@ -35,8 +35,34 @@ void logTickFailure(tovComPrtv3* target, const std::u16string& text) {
     notifyLogObserver(text);
 }
 
+// A tick of a port that comes while an earlier tick of the same port is still running (from a
+// pump inside it: the send of "AT+CGMM", the raising of the outcome) is held back: the port's
+// state is in mid-change, and a second judge of it would report the port twice. The timer ticks
+// again one period later.
+class TickInProgress {
+ public:
+  explicit TickInProgress(int PortNr) : flag_(running()[static_cast<std::size_t>(PortNr - 1)]) {
+    entered_ = !flag_;
+    flag_ = true;
+  }
+  ~TickInProgress() {
+    if (entered_) flag_ = false;
+  }
+  bool entered() const { return entered_; }
+
+ private:
+  static std::array<bool, MaxPorts>& running() {
+    thread_local std::array<bool, MaxPorts> ticking{};
+    return ticking;
+  }
+  bool& flag_;
+  bool entered_;
+};
+
 template <int PortNr>
 void TimerProc(HWND hwnd, UINT message, UINT_PTR idEvent, DWORD time) {
+  const TickInProgress tick(PortNr);
+  if (!tick.entered()) return;
   // Held for the whole tick: a tick that creates another instance moves gComponent away.
   const automation::Ref<tovComPrtv3> target = gComponent();
   try {

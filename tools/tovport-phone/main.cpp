@@ -26,7 +26,8 @@ void onSignal(int) { stopRequested = 1; }
 
 const char* const kUsage =
     "usage: tovport-phone [--device PATH] [--maker TEXT] [--model TEXT] [--echo on|off] [--delay MS]\n"
-    "                     [--split N] [--split-pause MS] [--error COMMAND]... [--silent]\n";
+    "                     [--split N] [--split-pause MS] [--error COMMAND]... [--silent]\n"
+    "                     [--close-after COMMAND]\n";
 
 const char* const kHelp =
     "Simulates a phone that answers AT commands. Opens a pseudo-terminal (or the device given with\n"
@@ -45,6 +46,8 @@ const char* const kHelp =
     "  --split-pause MS   pause between those writes (default 200)\n"
     "  --error COMMAND    answer COMMAND (e.g. AT+CGMM) with ERROR; repeatable\n"
     "  --silent           never answer\n"
+    "  --close-after COMMAND  after answering COMMAND (e.g. AT+CGMI) close the line, as a phone\n"
+    "                     unplugged mid-dialogue; the program goes on until it is told to stop\n"
     "  --help             this text\n";
 
 struct Options {
@@ -53,7 +56,13 @@ struct Options {
   int delayMs = 0;
   int pieces = 1;
   int pauseMs = 200;
+  std::string closeAfter;  // upper case; empty: never
 };
+
+std::string upper(std::string text) {
+  for (auto& ch : text) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  return text;
+}
 
 class UsageError : public std::runtime_error {
  public:
@@ -89,11 +98,9 @@ Options parse(int argc, char** argv, bool& help) {
     } else if (a == "--delay") o.delayMs = number(a, value(), 0);
     else if (a == "--split") o.pieces = number(a, value(), 1);
     else if (a == "--split-pause") o.pauseMs = number(a, value(), 0);
-    else if (a == "--error") {
-      std::string c = value();
-      for (auto& ch : c) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-      o.profile.failing.insert(c);
-    } else if (a == "--silent") o.profile.silent = true;
+    else if (a == "--error") o.profile.failing.insert(upper(value()));
+    else if (a == "--close-after") o.closeAfter = upper(value());
+    else if (a == "--silent") o.profile.silent = true;
     else throw UsageError("unknown option " + a);
   }
   return o;
@@ -116,6 +123,12 @@ void writeAll(int fd, const std::string& bytes) {
     }
     done += static_cast<std::size_t>(n);
   }
+}
+
+void closeLine(int& line, int& keepOpen) {
+  if (keepOpen >= 0) ::close(keepOpen);
+  if (line >= 0) ::close(line);
+  keepOpen = line = -1;
 }
 
 int run(const Options& o) {
@@ -144,6 +157,7 @@ int run(const Options& o) {
   std::cout << path << std::endl;
 
   Responder phone(o.profile);
+  std::string heard;  // upper case, for --close-after
   bool stdinOpen = true;
   char buf[512];
   while (!stopRequested) {
@@ -157,9 +171,10 @@ int run(const Options& o) {
       const ssize_t r = ::read(STDIN_FILENO, buf, sizeof buf);
       if (r <= 0) break;  // stdin closed: the caller is done with us
     }
-    if (fds[0].revents & POLLIN) {
+    if (line >= 0 && (fds[0].revents & POLLIN)) {
       const ssize_t r = ::read(line, buf, sizeof buf);
       if (r <= 0) continue;
+      if (!o.closeAfter.empty()) heard += upper(std::string(buf, static_cast<std::size_t>(r)));
       for (const auto& answer : phone.receive(std::string(buf, static_cast<std::size_t>(r)))) {
         if (o.delayMs > 0) ::usleep(static_cast<useconds_t>(o.delayMs) * 1000);
         const auto pieces = split(answer, o.pieces);
@@ -168,10 +183,13 @@ int run(const Options& o) {
           writeAll(line, pieces[i]);
         }
       }
+      if (!o.closeAfter.empty() && heard.find(o.closeAfter + "\r") != std::string::npos) {
+        tcdrain(line);
+        closeLine(line, keepOpen);  // the host's end hangs up; the program itself waits to be stopped
+      }
     }
   }
-  if (keepOpen >= 0) ::close(keepOpen);
-  ::close(line);
+  closeLine(line, keepOpen);
   return 0;
 }
 
