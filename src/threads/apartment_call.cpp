@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <type_traits>
+#include <variant>
 #include <vector>
 
 namespace tov::threads {

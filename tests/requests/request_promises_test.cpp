@@ -120,6 +120,22 @@ TEST_P(RequestPromises, OneOutcomePerTestedPortThenOneEndMarkThenNothing) {
   EXPECT_EQ(c_->DetectDevice(scenario.ports.front().port), VariantBool::True) << "the next request is taken";
 }
 
+// The outcome's handler runs while its port is still pending; the end mark's after the last flag
+// was cleared.
+TEST_F(RequestTest, AHandlerAskingInsideAnOutcomeSeesThePortStillPending) {
+  setKinds({{1, cptSerial}, {3, cptUSB}});
+  phone(1, PhoneScript{});
+  phone(3, kS65Phone);
+  std::vector<VariantBool> pendingInside;
+  events_->handler = [&](automation::DISPID, std::vector<Variant>& args) {
+    if (automation::toI4(args[4]) != dde_CouldNotOpenPort) pendingInside.push_back(c_->IsPending());
+  };
+  BStr ports = u"1;3";
+  c_->DetectDevicesFromList(ports);
+  ASSERT_TRUE(pumpUntilEndMark());
+  EXPECT_EQ(pendingInside, (std::vector<VariantBool>{VariantBool::True, VariantBool::True, VariantBool::False}));
+}
+
 INSTANTIATE_TEST_SUITE_P(Pcs, RequestPromises, ::testing::ValuesIn(kScenarios),
                          [](const auto& info) { return std::string(info.param.name); });
 

@@ -43,17 +43,6 @@ class WorkersConcurrency : public ::testing::Test {
   automation::Ref<EventRecorder> events_ = EventRecorder::connect(*c_);
 };
 
-TEST_F(WorkersConcurrency, ThirtyTwoWorkersAllReportAndOneEndMarkComesLast) {
-  ASSERT_EQ(c_->TestAllPorts(), VariantBool::True);
-  ASSERT_TRUE(pumpUntilEndMark());
-  ASSERT_EQ(events_->events.size(), 33u);
-  EXPECT_TRUE(eachPortOnce(events_->events));
-  for (std::size_t i = 0; i < 32; ++i)
-    EXPECT_EQ(events_->events[i].available(), pa_Available) << events_->events[i].describe();
-  EXPECT_EQ(c_->IsPending(), VariantBool::False);
-  EXPECT_TRUE(workersEnd());
-}
-
 TEST_F(WorkersConcurrency, AStopInTheMiddleLeavesTheRequestPendingAndRefusesTheNext) {
   c_->TestAllPorts();
   // Stop as soon as some ports have reported and others have not.
