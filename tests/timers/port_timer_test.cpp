@@ -71,7 +71,7 @@ TEST_F(PortTimersTimeouts, PortNumbersOutsideTheTableAreError9) {
 
 using PortTimersStartStop = PortTimers;
 
-TEST_F(PortTimersStartStop, StartingTwiceStartsOneTimerAndStoppingWithoutOneDoesNothing) {
+TEST_F(PortTimersStartStop, OneTimerPerPortAFailedKillKeepsItsIdAndOnlyPorts1To32Start) {
   const std::size_t before = timers();
   c_->VBStartTimer(3);
   const std::int32_t id = c_->TimerIds(3);
@@ -84,16 +84,13 @@ TEST_F(PortTimersStartStop, StartingTwiceStartsOneTimerAndStoppingWithoutOneDoes
   EXPECT_EQ(timers(), before);
   c_->VBStopTimer(3);
   EXPECT_EQ(log_, (std::vector<std::u16string>{u"Started Timer for Port3", u"Killed Timer for Port3"}));
-}
 
-TEST_F(PortTimersStartStop, AFailedKillKeepsTheIdForTheNextTry) {
-  c_->TimerIds(9) = 424242;  // no such timer on this thread
+  c_->TimerIds(9) = 424242;  // no such timer on this thread: the failed kill keeps the id
   c_->VBStopTimer(9);
   EXPECT_EQ(c_->TimerIds(9), 424242);
   c_->TimerIds(9) = 0;
-}
 
-TEST_F(PortTimersStartStop, TheStartHelperServesPortsOneTo32Only) {
+  // The start helper serves ports 1 to 32 only.
   EXPECT_TRUE(StartPortTimer(0, 100).isEmpty());
   EXPECT_TRUE(StartPortTimer(33, 100).isEmpty());
   const Variant id = StartPortTimer(32, 100);
