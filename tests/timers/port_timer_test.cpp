@@ -71,7 +71,7 @@ TEST_F(PortTimersTimeouts, PortNumbersOutsideTheTableAreError9) {
 
 using PortTimersStartStop = PortTimers;
 
-TEST_F(PortTimersStartStop, StartingTwiceStartsOneTimerAndStoppingWithoutOneDoesNothing) {
+TEST_F(PortTimersStartStop, OneTimerPerPortAFailedKillKeepsItsIdAndOnlyPorts1To32Start) {
   const std::size_t before = timers();
   c_->VBStartTimer(3);
   const std::int32_t id = c_->TimerIds(3);
@@ -84,21 +84,18 @@ TEST_F(PortTimersStartStop, StartingTwiceStartsOneTimerAndStoppingWithoutOneDoes
   EXPECT_EQ(timers(), before);
   c_->VBStopTimer(3);
   EXPECT_EQ(log_, (std::vector<std::u16string>{u"Started Timer for Port3", u"Killed Timer for Port3"}));
-}
 
-TEST_F(PortTimersStartStop, AFailedKillKeepsTheIdForTheNextTry) {
-  c_->TimerIds(9) = 424242;  // no such timer on this thread
+  c_->TimerIds(9) = 424242;  // no such timer on this thread: the failed kill keeps the id
   c_->VBStopTimer(9);
   EXPECT_EQ(c_->TimerIds(9), 424242);
   c_->TimerIds(9) = 0;
-}
 
-TEST_F(PortTimersStartStop, TheStartHelperServesPortsOneTo32Only) {
+  // The start helper serves ports 1 to 32 only.
   EXPECT_TRUE(StartPortTimer(0, 100).isEmpty());
   EXPECT_TRUE(StartPortTimer(33, 100).isEmpty());
-  const Variant id = StartPortTimer(32, 100);
-  ASSERT_NE(id.get<std::int32_t>(), nullptr);
-  EXPECT_TRUE(platform::KillTimer(0, static_cast<platform::UINT_PTR>(*id.get<std::int32_t>())));
+  const Variant started = StartPortTimer(32, 100);
+  ASSERT_NE(started.get<std::int32_t>(), nullptr);
+  EXPECT_TRUE(platform::KillTimer(0, static_cast<platform::UINT_PTR>(*started.get<std::int32_t>())));
 }
 
 using PortTimersTick = PortTimers;
