@@ -47,6 +47,7 @@ struct CarriedCall {
   bool dropped = false;    // the object's thread ended with the call still queued
   bool abandoned = false;  // the caller stopped waiting
   DispParams params;
+  std::vector<std::shared_ptr<void>> copies;  // what params' references point at, kept with the call
   Variant result;
   ExcepInfo excep;
   unsigned argErr = 0;
@@ -60,7 +61,10 @@ HRESULT invokeOnThread(platform::DWORD owner, const DispatchCall& call, DispPara
   auto shared = std::make_shared<CarriedCall>();
   shared->params = params;
   std::vector<CarriedRef> refs;
-  for (Variant& arg : shared->params.args) refs.push_back(carry(arg));
+  for (Variant& arg : shared->params.args) {
+    refs.push_back(carry(arg));
+    shared->copies.push_back(refs.back().copy);
+  }
 
   auto message = std::make_unique<platform::ThreadCall>();
   // Goes with the message: when the message is dropped unrun, the caller hears of it at once.
