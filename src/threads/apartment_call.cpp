@@ -27,15 +27,17 @@ CarriedRef carry(Variant& arg) {
   CarriedRef carried;
   const Variant::ByRef* ref = arg.get<Variant::ByRef>();
   if (!ref) return carried;
+  Variant toCopy;
   std::visit(
       [&](auto* callers) {
         using T = std::remove_pointer_t<decltype(callers)>;
         auto copy = std::make_shared<T>(*callers);
-        arg = Variant::byRef(copy.get());
+        toCopy = Variant::byRef(copy.get());
         carried.copy = copy;
         carried.copyBack = [callers, copy] { *callers = *copy; };
       },
       *ref);
+  arg = toCopy;
   return carried;
 }
 
