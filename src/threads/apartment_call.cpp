@@ -27,15 +27,17 @@ CarriedRef carry(Variant& arg) {
   CarriedRef carried;
   const Variant::ByRef* ref = arg.get<Variant::ByRef>();
   if (!ref) return carried;
+  Variant toCopy;
   std::visit(
       [&](auto* callers) {
         using T = std::remove_pointer_t<decltype(callers)>;
         auto copy = std::make_shared<T>(*callers);
-        arg = Variant::byRef(copy.get());
+        toCopy = Variant::byRef(copy.get());
         carried.copy = copy;
         carried.copyBack = [callers, copy] { *callers = *copy; };
       },
       *ref);
+  arg = toCopy;
   return carried;
 }
 
@@ -47,6 +49,7 @@ struct CarriedCall {
   bool dropped = false;    // the object's thread ended with the call still queued
   bool abandoned = false;  // the caller stopped waiting
   DispParams params;
+  std::vector<std::shared_ptr<void>> copies;  // what params' references point at, kept with the call
   Variant result;
   ExcepInfo excep;
   unsigned argErr = 0;
@@ -60,7 +63,10 @@ HRESULT invokeOnThread(platform::DWORD owner, const DispatchCall& call, DispPara
   auto shared = std::make_shared<CarriedCall>();
   shared->params = params;
   std::vector<CarriedRef> refs;
-  for (Variant& arg : shared->params.args) refs.push_back(carry(arg));
+  for (Variant& arg : shared->params.args) {
+    refs.push_back(carry(arg));
+    shared->copies.push_back(refs.back().copy);
+  }
 
   auto message = std::make_unique<platform::ThreadCall>();
   // Goes with the message: when the message is dropped unrun, the caller hears of it at once.

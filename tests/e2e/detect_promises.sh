@@ -1,6 +1,7 @@
 # Several phones in one request over pseudo-terminals, one of them lost after its maker answer,
 # run again and again: every tested port reports once, one end mark comes last with nothing
 # after it, and the lost phone's port ends within its timeout (plus a second) after the loss.
+# The demo's request keeps the same promises.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 ports=(2 4 9 10)
@@ -51,4 +52,9 @@ start_phone alone --close-after AT+CGMI
 expect_exit 0 "$TOVPORT" --registry "$reg" --os xp-sp3 --map "COM11=$PTY_alone" --json detect --port 11
 end=$(printf '%s\n' "$out" | grep dde_NoMoreDevices | sed 's/.*"elapsed":\([0-9.]*\).*/\1/')
 awk -v t="$end" 'BEGIN { exit !(t <= 2 + 1 + 2 + 1) }' || fail "the lost phone's port ended after $end s: $out"
+
+# The demo's request ends the same way: its end mark last, no stray error event.
+expect_exit 0 "$TOVPORT" --json demo
+printf '%s\n' "$out" | tail -n 1 | grep -q dde_NoMoreDevices || fail "demo: events after the end mark: $out"
+[ "$(count_lines "$out" MsgReceived)" -eq 0 ] || fail "demo: stray MsgReceived: $out"
 echo "several phones and a lost one: ok"

@@ -106,6 +106,15 @@ TEST_F(ThreadControlCalls, TheCallRunsOnTheStartingThreadOnlyWhenItPumpsWithACop
   EXPECT_EQ(port, 6) << "the callee's write-back went to the caller's variable";
 }
 
+TEST_F(ThreadControlCalls, EachStartReturnsWithItsCallQueuedSoCallsRunInStartingOrder) {
+  for (std::int16_t port : {5, 3, 9, 1}) {
+    start(port);
+    EXPECT_TRUE(platform::MessageQueue::current()->hasWaiting()) << port;
+  }
+  platform::PumpMessages();
+  EXPECT_EQ(probe_->ports, (std::vector<std::int16_t>{5, 3, 9, 1}));
+}
+
 TEST_F(ThreadControlCalls, AnErrorOfTheCallEndsTheWorkerAndStaysOutOfThePump) {
   std::int16_t port = 2;
   start(port, u"Fail");

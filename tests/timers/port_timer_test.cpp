@@ -93,9 +93,9 @@ TEST_F(PortTimersStartStop, OneTimerPerPortAFailedKillKeepsItsIdAndOnlyPorts1To3
   // The start helper serves ports 1 to 32 only.
   EXPECT_TRUE(StartPortTimer(0, 100).isEmpty());
   EXPECT_TRUE(StartPortTimer(33, 100).isEmpty());
-  const Variant id = StartPortTimer(32, 100);
-  ASSERT_NE(id.get<std::int32_t>(), nullptr);
-  EXPECT_TRUE(platform::KillTimer(0, static_cast<platform::UINT_PTR>(*id.get<std::int32_t>())));
+  const Variant started = StartPortTimer(32, 100);
+  ASSERT_NE(started.get<std::int32_t>(), nullptr);
+  EXPECT_TRUE(platform::KillTimer(0, static_cast<platform::UINT_PTR>(*started.get<std::int32_t>())));
 }
 
 using PortTimersTick = PortTimers;
