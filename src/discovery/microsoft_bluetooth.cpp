@@ -45,7 +45,7 @@ bool isEnabledEntry(std::u16string_view entryKey) {
 
 // An instance belongs to an entry M of device D when its name ends in D_M (a connection to the
 // remote device) or in twelve zeros, "_" and M without its first character (a local service).
-enum class InstanceForm { Other, Remote, Local };
+enum class InstanceForm { Remote, Local };
 
 // The instances of one BTHENUM service key, listed once per walk however many enabled entries lead
 // to it, and found by the tail of their names instead of by a scan of every instance per entry.

@@ -195,7 +195,8 @@ std::map<int, std::string> comPortPaths() {
     RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
     if (!data.empty() && data.back() == '\0') data.pop_back();
     const std::string_view text(name, nameSize);
-    const long port = text.size() > 3 && (text.starts_with("COM") || text.starts_with("com")) ? trailingNumber(text) : -1;
+    const bool comName = text.size() > 3 && (text[0] | 0x20) == 'c' && (text[1] | 0x20) == 'o' && (text[2] | 0x20) == 'm';
+    const long port = comName ? trailingNumber(text) : -1;
     if (port < 1 || port > 255 || text.size() - 3 != std::to_string(port).size() || type != REG_SZ) {
       RegCloseKey(key);
       throw std::invalid_argument(std::string(kPortPathsKey) + ": \"" + std::string(text) +

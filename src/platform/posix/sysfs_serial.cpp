@@ -2,8 +2,8 @@
 
 #include <fstream>
 #include <optional>
-#include <regex>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace tov::platform {
@@ -30,7 +30,11 @@ unsigned number(const std::optional<std::string>& text, int base) {
   }
 }
 
-bool matches(const std::string& name, const char* pattern) { return std::regex_match(name, std::regex(pattern)); }
+// "ttyS12" is a prefix "ttyS" and a number.
+bool numbered(std::string_view name, std::string_view prefix) {
+  return name.size() > prefix.size() && name.starts_with(prefix) &&
+         name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
+}
 
 // Fills in what the USB bus tells about the port. The tty's device is the interface (cdc-acm) or a
 // port device below it (usb-serial), and the layout above differs between kernels, so the interface
@@ -63,18 +67,18 @@ std::optional<SerialPortDevice> portOf(const fs::path& entry, const fs::path& to
   const fs::path device = entry / "device";
   std::error_code ec;
   const bool hasDevice = fs::exists(device, ec);
-  if (matches(port.name, "rfcomm[0-9]+")) {
+  if (numbered(port.name, "rfcomm")) {
     port.kind = SerialKind::Bluetooth;
     port.address = attribute(entry, "address").value_or("");
     port.channel = number(attribute(entry, "channel"), 10);
-  } else if (matches(port.name, "ircomm[0-9]+")) {
+  } else if (numbered(port.name, "ircomm")) {
     port.kind = SerialKind::Infrared;
   } else if (!hasDevice) {
     return std::nullopt;  // a virtual console, a pseudo-terminal, the console or ptmx
-  } else if (matches(port.name, "ttyS[0-9]+")) {
+  } else if (numbered(port.name, "ttyS")) {
     if (attribute(entry, "type") == "0") return std::nullopt;  // an 8250 line without a UART
     port.kind = SerialKind::BuiltIn;
-  } else if (matches(port.name, "tty(USB|ACM)[0-9]+")) {
+  } else if (numbered(port.name, "ttyUSB") || numbered(port.name, "ttyACM")) {
     port.kind = SerialKind::Usb;
     readUsb(device, top, port);
   }
