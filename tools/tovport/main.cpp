@@ -19,7 +19,7 @@ std::vector<Command>& registry() {
 }
 
 void printUsage(std::ostream& out) {
-  out << "usage: tovport [--registry FILE... | --sysfs DIR --dev DIR] [--os NAME] [--map COMn=PATH]... [--json]"
+  out << "usage: tovport [--registry FILE... | [--sysfs DIR] [--dev DIR]] [--os NAME] [--map COMn=PATH]... [--json]"
          " [--timeout SECONDS] COMMAND [ARG...]\n";
 }
 
