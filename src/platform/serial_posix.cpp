@@ -336,6 +336,10 @@ void PosixSerialBackend::unmap(int port) {
   paths_.erase(port);
 }
 
+void PosixSerialBackend::onPermissionDenied(std::function<void(int, const std::string&)> listener) {
+  permissionDenied_ = std::move(listener);
+}
+
 // Opened without blocking on carrier, locked, then switched to raw 8-bit I/O that ignores the
 // modem lines; the descriptor stays non-blocking because every wait goes through poll().
 std::unique_ptr<SerialDevice> PosixSerialBackend::open(int port, DWORD& error) {
@@ -351,7 +355,9 @@ std::unique_ptr<SerialDevice> PosixSerialBackend::open(int port, DWORD& error) {
   }
   const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) {
-    error = win32ErrorFromErrno(errno);
+    const int err = errno;
+    if ((err == EACCES || err == EPERM) && permissionDenied_) permissionDenied_(port, path);
+    error = win32ErrorFromErrno(err);
     return nullptr;
   }
   const auto fail = [&](int err) -> std::unique_ptr<SerialDevice> {

@@ -4,6 +4,7 @@
 // Reads and writes keep their timeouts on the real clock with poll().
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -18,10 +19,14 @@ class PosixSerialBackend final : public SerialBackend {
   void map(int port, std::string path);
   void unmap(int port);
   std::unique_ptr<SerialDevice> open(int port, DWORD& error) override;
+  // Called, before the open fails with access denied, when the user lacks permission on a device
+  // (not when another opener holds it). Set before the backend is installed.
+  void onPermissionDenied(std::function<void(int port, const std::string& path)> listener);
 
  private:
   std::mutex mutex_;
   std::map<int, std::string> paths_;
+  std::function<void(int, const std::string&)> permissionDenied_;
 };
 
 // The system error code for an errno value.

@@ -40,16 +40,16 @@ expect_exit 0 "$TOVPORT" --json --map COM3="$phone" test --port 3
 [ "$(echo "$out" | wc -l)" -eq 2 ] || fail "test --port 3 printed: $out"
 expect_contains "$(echo "$out" | sed -n 1p)" '{"event":"PortAvailable","PortNr":3,"available":"pa_Available","elapsed":'
 expect_contains "$(echo "$out" | sed -n 2p)" '{"event":"PortAvailable","PortNr":3,"available":"pa_NoMorePorts","elapsed":'
-expect_exit 0 "$TOVPORT" test --port 5
+expect_exit 0 "$TOVPORT" "${EMPTY_MACHINE[@]}" test --port 5
 expect_contains "$(echo "$out" | sed -n 1p)" "PortAvailable PortNr=5 available=pa_NotAvailable"
 expect_contains "$(echo "$out" | sed -n 2p)" "PortAvailable PortNr=5 available=pa_NoMorePorts"
-expect_exit 0 "$TOVPORT" --map COM7="$silent" test
+expect_exit 0 "$TOVPORT" "${EMPTY_MACHINE[@]}" --map COM7="$silent" test
 [ "$(echo "$out" | wc -l)" -eq 33 ] || fail "test printed: $out"
 [ "$(echo "$out" | grep -c 'available=pa_Available')" -eq 1 ] || fail "test found other ports: $out"
 expect_contains "$out" "PortAvailable PortNr=7 available=pa_Available"
 
 # Without any listed port nothing is tested: 32 untested ports and the end mark, at once.
-expect_exit 0 "$TOVPORT" detect
+expect_exit 0 "$TOVPORT" "${EMPTY_MACHINE[@]}" detect
 [ "$(echo "$out" | grep -c 'error=dde_CouldNotOpenPort')" -eq 32 ] || fail "detect printed: $out"
 expect_contains "$(echo "$out" | tail -n 1)" "DeviceDetected PortNr=1 devicename=\"\" DoSiemensAPN=False device=dtNone error=dde_NoMoreDevices"
 

@@ -41,3 +41,18 @@ start_phone() {
 
 # registry FILE: writes the .reg text given on stdin to $work/FILE and prints its path.
 registry() { cat >"$work/$1"; echo "$work/$1"; }
+
+# Without --registry the host describes the machine it runs on; tests that must not depend on the
+# build machine's serial ports describe an empty one.
+EMPTY_MACHINE=(--sysfs "$work" --dev "$work")
+# sysfs_tty ROOT NAME DIR [DEVICE]: a tty NAME of a made-up sysfs tree at ROOT, in the folder
+# devices/DIR, with the device folder devices/DEVICE behind it.
+sysfs_tty() {
+  local root=$1 name=$2 dir=$3 device=${4:-}
+  mkdir -p "$root/class/tty" "$root/devices/$dir"
+  ln -s "$root/devices/$dir" "$root/class/tty/$name"
+  if [ -n "$device" ]; then
+    mkdir -p "$root/devices/$device"
+    ln -s "$root/devices/$device" "$root/devices/$dir/device"
+  fi
+}

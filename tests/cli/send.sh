@@ -13,7 +13,7 @@ expect_contains "$out" '{"event":"MsgReceived","msg":"\r\nS65\r\n\r\nOK\r\n"'
 expect_exit 1 "$TOVPORT" --json --map COM3="$PTY_silent" send 3 AT+CGSN
 expect_contains "$out" '{"event":"MsgTimeout"'
 
-expect_exit 1 "$TOVPORT" send 3 AT
+expect_exit 1 "$TOVPORT" "${EMPTY_MACHINE[@]}" send 3 AT
 expect_contains "$err" "COM3 did not open"
 expect_exit 2 "$TOVPORT" send
 expect_exit 2 "$TOVPORT" send 33 AT

@@ -91,10 +91,11 @@ class DiscoveryMicrosoftBluetooth : public DiscoveryTest {
     set(key, valueName, value);
     if (!port.empty()) set(key + "\\Device Parameters", "PortName", port);
   }
-  // A serial-service entry of the paired device 0016b8ab12cd, enabled by the text "1".
-  void entry(std::string_view name, const char* valueName = "Enabled") {
-    set(R"(System\CurrentControlSet\Services\BTHPort\Parameters\Devices\0016b8ab12cd\ServicesFor0016b8ab12cd\)"
-        R"({00001101-0000-1000-8000-00805f9b34fb}_LOCALMFG&000a\)" + std::string(name),
+  // A serial-service entry of a paired device, enabled by the text "1".
+  void entry(std::string_view name, const char* valueName = "Enabled", std::string_view device = "0016b8ab12cd") {
+    const std::string d(device);
+    set(R"(System\CurrentControlSet\Services\BTHPort\Parameters\Devices\)" + d + "\\ServicesFor" + d +
+            R"(\{00001101-0000-1000-8000-00805f9b34fb}_LOCALMFG&000a\)" + std::string(name),
         valueName, "1");
   }
   void installStack() { reg.createKey("HKLM\\System\\CurrentControlSet\\Enum\\BTH\\MS_RFCOMM\\7&1"); }
@@ -128,6 +129,24 @@ TEST_F(DiscoveryMicrosoftBluetooth, FromSP2EnabledEntriesLeadToRemoteAndLocalIns
   PortTable()(5) = cptBluetooth;
   getMicrossoftBluetoothPortsXPSP2();
   EXPECT_EQ(kinds(), only({{1, cptBluetooth}, {2, cptBTSerialIn}, {3, cptBTDialUp}}));
+}
+
+// Entries of several paired devices lead to one service key: each reaches its own remote instances
+// (names compared without regard to case) and every local one; marks land in the order of the walk.
+TEST_F(DiscoveryMicrosoftBluetooth, FromSP2EntriesOfSeveralDevicesShareOneServiceKey) {
+  instance("8&1&0&0016B8AB12CD_C00000001", "Service", "BthModem", "COM1");
+  instance("8&1&0&00AABBCCDDEE_C00000001", "Service", "Modem", "COM1");
+  instance("8&1&0&000000000000_00000002", "Service", "BthModem", "COM2");
+  instance("8&1&0&AB_C_X", "Service", "BthModem", "COM3");  // device AB, entry C_X
+  instance("8&1&0&00AABBCCDDEE_C00000004", "Service", "BthModem", "COM4");
+  for (auto device : {"0016b8ab12cd", "00aabbccddee"})
+    for (auto e : {"C00000001", "C00000002"}) entry(e, "Enabled", device);
+  entry("C_X", "Enabled", "AB");
+  getMicrossoftBluetoothPortsXPSP2();
+  EXPECT_EQ(kinds(), only({{1, cptBTDialUp}, {2, cptBTSerialIn}, {3, cptBluetooth}}));
+  instance("8&1&0&00AABBCCDDEE_C00000004", "Service", "BthModem", "COMx");
+  entry("C00000004", "Enabled", "00aabbccddee");
+  EXPECT_EQ(testing::errorNumberOf(getMicrossoftBluetoothPortsXPSP2), 13);
 }
 
 // Widcomm's port ends the chain, so the pre-SP2 walk never runs; the SP2 walk still does, and its

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -16,6 +17,9 @@ struct HostOptions {
   std::vector<std::string> registryFiles;          // --registry FILE (repeatable, loaded in order)
   std::string os;                                  // --os NAME (empty: the default system)
   std::vector<std::pair<int, std::string>> maps;   // --map COMn=PATH (repeatable)
+  // The machine described from sysfs when no --registry is given: --sysfs DIR, --dev DIR.
+  std::optional<std::string> sysfs;
+  std::optional<std::string> dev;
   bool json = false;                               // --json
   int timeoutSeconds = 60;                         // --timeout SECONDS
 };

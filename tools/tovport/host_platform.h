@@ -1,9 +1,11 @@
-// What the host puts in place of the Windows system for the component: the registry loaded from
-// the --registry files, the --os version, and COM ports mapped to devices with --map.
+// What the host puts in place of the Windows system for the component: the registry view (the
+// --registry files, or this machine described from sysfs), the --os version, and the COM ports
+// mapped to the devices the view names, with --map in place of single ones.
 #pragma once
 
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "command.h"
 
@@ -28,5 +30,8 @@ class HostPlatform {
  private:
   std::unique_ptr<Parts> parts_;
 };
+
+// Tells on stderr why COM port `port` (the device at path) may not be opened and what to do.
+void explainDeniedDevice(int port, const std::string& path);
 
 }  // namespace tovport_cli

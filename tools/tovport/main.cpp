@@ -19,17 +19,22 @@ std::vector<Command>& registry() {
 }
 
 void printUsage(std::ostream& out) {
-  out << "usage: tovport [--registry FILE]... [--os NAME] [--map COMn=PATH]... [--json] [--timeout SECONDS]"
-         " COMMAND [ARG...]\n";
+  out << "usage: tovport [--registry FILE... | [--sysfs DIR] [--dev DIR]] [--os NAME] [--map COMn=PATH]... [--json]"
+         " [--timeout SECONDS] COMMAND [ARG...]\n";
 }
 
 void printHelp() {
   printUsage(std::cout);
   std::cout << "\nGlobal options:\n"
-               "  --registry FILE    load a .reg file into the registry the component reads (repeatable, in order)\n"
+               "  --registry FILE    load a .reg file into the registry the component reads (repeatable, in order),\n"
+               "                     in place of the view of this machine; its key Software\\tovport\\Ports maps ports\n"
+               "  --sysfs DIR        describe the machine from the sysfs tree DIR (default /sys): every serial\n"
+               "                     device becomes a COM port with the registry keys Windows would give it\n"
+               "  --dev DIR          the folder of the device nodes of those ports (default /dev)\n"
                "  --os NAME          the Windows version the component sees: a preset (9x, nt4, 2000, xp, xp-sp2,\n"
                "                     xp-sp3, vista) or P.MAJOR.MINOR[:CSD text]; default xp-sp2\n"
-               "  --map COMn=PATH    use the device PATH as COM port n (repeatable); unmapped ports do not exist\n"
+               "  --map COMn=PATH    use the device PATH as COM port n, in place of the one the view names (repeatable);\n"
+               "                     ports without a device do not exist\n"
                "  --json             print results and events as JSON, one object per line\n"
                "  --timeout SECONDS  how long a request may run before it is stopped (default 60)\n"
                "  --help             this text\n\nCommands:\n";
@@ -87,6 +92,10 @@ int run(const std::vector<std::string>& args) {
       return 0;
     } else if (a == "--registry") {
       options.registryFiles.push_back(needValue(args, i));
+    } else if (a == "--sysfs") {
+      options.sysfs = needValue(args, i);
+    } else if (a == "--dev") {
+      options.dev = needValue(args, i);
     } else if (a == "--os") {
       options.os = needValue(args, i);
     } else if (a == "--map") {
@@ -111,6 +120,8 @@ int run(const std::vector<std::string>& args) {
     }
   }
   if (i >= args.size()) throw UsageError("no command given");
+  if (!options.registryFiles.empty() && (options.sysfs || options.dev))
+    throw UsageError("--registry replaces the view of this machine that --sysfs and --dev describe; give one or the other");
   const std::string name = args[i];
   const std::vector<std::string> rest(args.begin() + static_cast<long>(i) + 1, args.end());
   for (const auto& c : registry()) {

@@ -1,0 +1,53 @@
+// The serial devices of the machine the host runs on, and the registry view that Windows XP with
+// Service Pack 2 and its drivers would have written for the same hardware, so that port discovery
+// runs over it unchanged. The view also carries which device each COM number stands for.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/registry.h"
+
+namespace tov::platform {
+
+// The kinds of device that lead to different registry layouts. Their order is the order of COM
+// numbers after the built-in ports.
+enum class SerialKind { BuiltIn, Usb, Bluetooth, Infrared, Other };
+
+struct SerialPortDevice {
+  std::string name;  // the tty's name, "ttyUSB0"
+  std::string path;  // its device node, "/dev/ttyUSB0"
+  SerialKind kind = SerialKind::Other;
+  // USB ports: the interface as the bus names it ("1-1.4:1.0": bus 1, ports 1 and 4, configuration
+  // 1, interface 0), the device's ids, the interface number and the driver that serves the port.
+  std::string usbInterface;
+  unsigned vendor = 0;
+  unsigned product = 0;
+  unsigned interfaceNumber = 0;
+  std::string driver;
+  // Bluetooth ports: the remote device ("00:11:22:33:44:55") and the RFCOMM channel.
+  std::string address;
+  unsigned channel = 0;
+  int com = 0;  // set by numberComPorts; 0 when no number up to 255 was left
+};
+
+// Orders the ports and numbers them so that the same hardware on the same sockets always gets the
+// same numbers: a built-in ttySn is COM(n+1); the others follow from the number after the highest
+// built-in one, USB ports by USB path, then Bluetooth, infrared and the others by name.
+void numberComPorts(std::vector<SerialPortDevice>& ports);
+
+// Writes the keys and values the system and the drivers would have for the numbered ports, and
+// each port's device under kPortPathsKey.
+void describeComPorts(Registry& registry, const std::vector<SerialPortDevice>& ports);
+
+// Values "COMn" = device path: the host's map from COM numbers to devices, kept in the view so
+// that a saved view loads back with its devices.
+inline constexpr std::string_view kPortPathsKey = "HKEY_LOCAL_MACHINE\\Software\\tovport\\Ports";
+void setComPortPath(Registry& registry, int port, std::string_view path);
+// The map kPortPathsKey of the process's registry holds. A value name that is no COMn (n 1 to 255)
+// or data that are no text throw std::invalid_argument naming the value.
+std::map<int, std::string> comPortPaths();
+
+}  // namespace tov::platform

@@ -1,0 +1,18 @@
+// The serial devices of a Linux machine, read from sysfs: 8250/16550 ports with a UART, USB
+// serial adapters and CDC-ACM devices, Bluetooth RFCOMM and IrCOMM ports, and any other tty that a
+// device stands behind. Virtual consoles and pseudo-terminals have no device and are left out.
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "platform/machine_ports.h"
+
+namespace tov::platform {
+
+// The ports under sysfsRoot/class/tty, numbered (numberComPorts); each one's device node is
+// devDir/NAME. A missing class/tty gives no ports.
+std::vector<SerialPortDevice> findSerialPorts(const std::filesystem::path& sysfsRoot,
+                                              const std::filesystem::path& devDir);
+
+}  // namespace tov::platform
