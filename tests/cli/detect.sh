@@ -28,10 +28,11 @@ expect_exit 2 "$TOVPORT" detect 3
 expect_exit 2 "$TOVPORT" test --list 3
 expect_exit 2 "$TOVPORT" test --port 99999
 
-# Refused requests print their event and exit 1.
+# Refused requests print their event, say so on stderr and exit 1.
 expect_exit 1 "$TOVPORT" test --port 0
 [ "$(echo "$out" | wc -l)" -eq 1 ] || fail "test --port 0 printed '$out'"
 expect_contains "$out" "PortAvailable PortNr=0 available=pa_VBPending ("
+expect_contains "$err" "tovport: the component refused the request"
 expect_exit 1 "$TOVPORT" --json detect --port 33
 expect_contains "$out" '{"event":"DeviceDetected","PortNr":33,"devicename":"","DoSiemensAPN":false,"device":"dtNotTested","error":"dde_Pending"'
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -14,7 +15,7 @@ namespace tovport_cli {
 // Global options, given before the command.
 struct HostOptions {
   std::vector<std::string> registryFiles;          // --registry FILE (repeatable, loaded in order)
-  std::string os;                                  // --os NAME (empty: the default system)
+  std::optional<std::string> os;                   // --os NAME (none: the default system)
   std::vector<std::pair<int, std::string>> maps;   // --map COMn=PATH (repeatable)
   bool json = false;                               // --json
   int timeoutSeconds = 60;                         // --timeout SECONDS
