@@ -59,11 +59,6 @@ void ConnectionPoint::fire(DISPID id, const std::vector<Variant>& args) {
   }
 }
 
-std::size_t ConnectionPoint::sinkCount() const {
-  std::lock_guard lock(mutex_);
-  return sinks_.size();
-}
-
 namespace {
 
 Ref<IConnectionPoint> findPoint(IUnknown& source, const GUID& eventInterface) {

@@ -47,7 +47,6 @@ class ConnectionPoint final : public IConnectionPoint, public RefCounted {
   // order (first argument first) and are normally by-reference variants of the raiser's own
   // variables, so a handler's changes reach the raiser. A sink's failure is ignored.
   void fire(DISPID id, const std::vector<Variant>& args);
-  std::size_t sinkCount() const;
 
  private:
   struct Connection {

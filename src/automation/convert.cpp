@@ -1,7 +1,12 @@
 #include "automation/convert.h"
 
+#include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
 #include <limits>
 #include <optional>
 
@@ -154,6 +159,24 @@ std::int64_t toInteger(const Variant& in, std::int64_t lo, std::int64_t hi, int 
   throw RuntimeError(kErrTypeMismatch);
 }
 
+// yyyy-mm-dd hh:mm:ss. The whole days count from 1899-12-30 and the fraction is the time of that
+// day, also before 1899-12-30 (-1.25 is 1899-12-29 06:00).
+BStr dateText(Date date) {
+  using namespace std::chrono;
+  const double whole = std::trunc(date.value);
+  sys_days day = sys_days{1899y / December / 30} + days{static_cast<long>(whole)};
+  long long second = std::llround(std::fabs(date.value - whole) * 86400.0);
+  if (second == 86400) day += days{1}, second = 0;
+  const year_month_day ymd{day};
+  const hh_mm_ss time{seconds{second}};
+  char buf[48];
+  std::snprintf(buf, sizeof buf, "%04d-%02u-%02u %02lld:%02lld:%02lld", static_cast<int>(ymd.year()),
+                static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
+                static_cast<long long>(time.hours().count()), static_cast<long long>(time.minutes().count()),
+                static_cast<long long>(time.seconds().count()));
+  return BStr(buf, buf + std::strlen(buf));
+}
+
 char16_t foldCase(char16_t c) {
   if (c >= u'a' && c <= u'z') return c - 32;
   if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
@@ -209,19 +232,22 @@ VariantBool toBool(const Variant& in) {
 }
 
 BStr numberText(std::int64_t v) {
-  const std::string s = std::to_string(v);
-  return BStr(s.begin(), s.end());
+  char buf[24];
+  char* end = std::to_chars(buf, buf + sizeof buf, v).ptr;
+  return BStr(buf, end);
 }
 
 BStr numberText(double v) {
   if (std::nearbyint(v) == v && std::fabs(v) < 1e15) return numberText(static_cast<std::int64_t>(v));
-  char buf[32];
-  for (int precision = 1; precision <= 17; ++precision) {
-    std::snprintf(buf, sizeof buf, "%.*G", precision, v);
-    if (std::strtod(buf, nullptr) == v) break;
-  }
-  const std::string s = buf;
-  return BStr(s.begin(), s.end());
+  // The fewest significant digits that read back as the same number, laid out as "%G" lays them
+  // out ("2.5", "1E+20", "1E-05").
+  char buf[40];
+  char* shortest = std::to_chars(buf, std::end(buf), v, std::chars_format::scientific).ptr;
+  const auto digits = std::count_if(buf, std::find(buf, shortest, 'e'), [](char c) { return c >= '0' && c <= '9'; });
+  char* end = std::to_chars(buf, std::end(buf), v, std::chars_format::general, static_cast<int>(digits)).ptr;
+  BStr text(buf, end);
+  std::replace(text.begin(), text.end(), u'e', u'E');
+  return text;
 }
 
 BStr toText(const Variant& in) {
@@ -230,29 +256,11 @@ BStr toText(const Variant& in) {
   if (auto p = v.get<BStr>()) return *p;
   if (v.get<Variant::Null>()) throw RuntimeError(kErrInvalidNull);
   if (auto p = v.get<VariantBool>()) return isTrue(*p) ? u"True" : u"False";
-  if (auto p = v.get<std::int16_t>()) return numberText(std::int64_t{*p});
-  if (auto p = v.get<std::int32_t>()) return numberText(std::int64_t{*p});
-  if (auto p = v.get<std::uint8_t>()) return numberText(std::int64_t{*p});
+  if (auto p = v.get<std::int16_t>()) return numberText(*p);
+  if (auto p = v.get<std::int32_t>()) return numberText(*p);
+  if (auto p = v.get<std::uint8_t>()) return numberText(*p);
   if (auto p = v.get<double>()) return numberText(*p);
-  if (auto p = v.get<Date>()) {
-    // yyyy-mm-dd hh:mm:ss
-    const double days = std::floor(p->value);
-    long z = static_cast<long>(days) - 25569 + 719468;
-    const long era = (z >= 0 ? z : z - 146096) / 146097;
-    const unsigned doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    const unsigned d = doy - (153 * mp + 2) / 5 + 1;
-    const unsigned m = mp < 10 ? mp + 3 : mp - 9;
-    const long y = static_cast<long>(yoe) + era * 400 + (m <= 2);
-    const long secs = std::lround((p->value - days) * 86400.0);
-    char buf[96];
-    std::snprintf(buf, sizeof buf, "%04ld-%02u-%02u %02ld:%02ld:%02ld", y, m, d, secs / 3600, secs / 60 % 60,
-                  secs % 60);
-    const std::string s = buf;
-    return BStr(s.begin(), s.end());
-  }
+  if (auto p = v.get<Date>()) return dateText(*p);
   throw RuntimeError(kErrTypeMismatch);
 }
 
@@ -269,57 +277,71 @@ Ref<IDispatch> toDispatch(const Variant& in) {
   throw RuntimeError(kErrTypeMismatch);
 }
 
+// Both directions put U+FFFD in place of what is not a character: a lone surrogate, and in UTF-8
+// each maximal part of a sequence that cannot be completed (a stray or truncated sequence, an
+// overlong form, a surrogate or a value above U+10FFFF), so the byte after it is read afresh.
+constexpr char32_t kReplacement = 0xFFFD;
+
 std::string toUtf8(std::u16string_view text) {
   std::string out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    std::uint32_t c = text[i];
-    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-    }
+  auto put = [&](char32_t c) {
+    auto byte = [&](char32_t b) { out.push_back(static_cast<char>(b)); };
     if (c < 0x80) {
-      out.push_back(static_cast<char>(c));
+      byte(c);
     } else if (c < 0x800) {
-      out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+      byte(0xC0 | (c >> 6)), byte(0x80 | (c & 0x3F));
     } else if (c < 0x10000) {
-      out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+      byte(0xE0 | (c >> 12)), byte(0x80 | ((c >> 6) & 0x3F)), byte(0x80 | (c & 0x3F));
     } else {
-      out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+      byte(0xF0 | (c >> 18)), byte(0x80 | ((c >> 12) & 0x3F)), byte(0x80 | ((c >> 6) & 0x3F)), byte(0x80 | (c & 0x3F));
     }
+  };
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t c = text[i];
+    const bool high = c >= 0xD800 && c <= 0xDBFF;
+    if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF)
+      put(0x10000 + ((char32_t{c} - 0xD800) << 10) + (text[++i] - 0xDC00));
+    else
+      put(c >= 0xD800 && c <= 0xDFFF ? kReplacement : c);
   }
   return out;
 }
 
 std::u16string fromUtf8(std::string_view text) {
   std::u16string out;
-  for (std::size_t i = 0; i < text.size();) {
-    const auto b = static_cast<unsigned char>(text[i]);
-    std::uint32_t c;
-    std::size_t len;
-    if (b < 0x80) c = b, len = 1;
-    else if ((b >> 5) == 0x6) c = b & 0x1F, len = 2;
-    else if ((b >> 4) == 0xE) c = b & 0x0F, len = 3;
-    else if ((b >> 3) == 0x1E) c = b & 0x07, len = 4;
-    else c = 0xFFFD, len = 1;
-    if (i + len > text.size()) {
-      c = 0xFFFD;
-      len = text.size() - i;
-    } else {
-      for (std::size_t k = 1; k < len; ++k) c = (c << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
-    }
-    i += len;
-    if (c >= 0x10000) {
-      c -= 0x10000;
-      out.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
-    } else {
+  auto put = [&](char32_t c) {
+    if (c < 0x10000) {
       out.push_back(static_cast<char16_t>(c));
+    } else {
+      out.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF)));
     }
+  };
+  auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  for (std::size_t i = 0; i < text.size();) {
+    const unsigned char lead = byteAt(i++);
+    if (lead < 0x80) {
+      put(lead);
+      continue;
+    }
+    // The length of the sequence and the range of its second byte, which rules out overlong
+    // forms (E0, F0), surrogates (ED) and values above U+10FFFF (F4).
+    std::size_t length = 0;
+    unsigned char low = 0x80, high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+      length = 3, low = lead == 0xE0 ? 0xA0 : 0x80, high = lead == 0xED ? 0x9F : 0xBF;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+      length = 4, low = lead == 0xF0 ? 0x90 : 0x80, high = lead == 0xF4 ? 0x8F : 0xBF;
+    }
+    char32_t c = lead & (0x7F >> length);
+    std::size_t taken = 1;
+    for (; length > 0 && taken < length && i < text.size(); ++taken, ++i, low = 0x80, high = 0xBF) {
+      if (byteAt(i) < low || byteAt(i) > high) break;
+      c = (c << 6) | (byteAt(i) & 0x3F);
+    }
+    put(length > 0 && taken == length ? c : kReplacement);
   }
   return out;
 }

@@ -3,6 +3,7 @@
 // "not a number" is run-time error 13, "does not fit" is error 6.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,9 +25,14 @@ std::int16_t textToI2(std::u16string_view text);
 std::int32_t textToI4(std::u16string_view text);
 double textToR8(std::u16string_view text);
 
-// Decimal text of a number, as the runtime prints it ("-5", "2.5").
+// Decimal text of a number, as the runtime prints it ("-5", "2.5"); log texts append port numbers
+// and codes with it.
 BStr numberText(double v);
 BStr numberText(std::int64_t v);
+template <std::integral T>
+BStr numberText(T v) {
+  return numberText(static_cast<std::int64_t>(v));
+}
 
 // UTF-16 <-> UTF-8 for hosts and messages.
 std::string toUtf8(std::u16string_view text);

@@ -14,7 +14,6 @@ std::string describeError(int number) {
     case 91: return "Object variable or With block variable not set";
     case 424: return "Object required";
     case 438: return "Object doesn't support this property or method";
-    case 445: return "Object doesn't support this action";
     default: return "Application-defined or object-defined error";
   }
 }
@@ -23,9 +22,5 @@ RuntimeError::RuntimeError(int number) : RuntimeError(number, describeError(numb
 
 RuntimeError::RuntimeError(int number, const std::string& description)
     : std::runtime_error(description), number_(number), description_(description) {}
-
-void notAvailable(const char* operation) {
-  throw RuntimeError(kErrNotAvailable, std::string(operation) + " is not available yet");
-}
 
 }  // namespace tov::automation

@@ -14,7 +14,6 @@ inline constexpr int kErrOverflow = 6;
 inline constexpr int kErrSubscript = 9;
 inline constexpr int kErrTypeMismatch = 13;
 inline constexpr int kErrObjectNotSet = 91;
-inline constexpr int kErrNotAvailable = 445;
 
 class RuntimeError : public std::runtime_error {
  public:
@@ -31,9 +30,6 @@ class RuntimeError : public std::runtime_error {
 
 // The standard description of a run-time error number ("Overflow", "Subscript out of range", ...).
 std::string describeError(int number);
-
-// The error raised by operations that exist on the interface but are not provided yet.
-[[noreturn]] void notAvailable(const char* operation);
 
 // Raises error 9 unless lo <= index <= hi.
 inline void checkIndex(long index, long lo, long hi) {

@@ -58,7 +58,6 @@ VarType Variant::type() const {
       value_);
 }
 
-bool Variant::isByRef() const { return std::holds_alternative<ByRef>(value_); }
 bool Variant::isEmpty() const { return std::holds_alternative<std::monostate>(value_); }
 bool Variant::isMissing() const { return std::holds_alternative<Missing>(value_); }
 
@@ -89,27 +88,6 @@ void Variant::assign(const Variant& v) {
                         [&](Date* p) { *p = toDate(v); }, [&](Ref<IDispatch>* p) { *p = toDispatch(v); },
                         [&](Variant* p) { p->assign(v); }},
              *r);
-}
-
-std::string typeName(VarType t) {
-  std::string prefix;
-  if (t & VT_BYREF) prefix += "VT_BYREF|";
-  if (t & VT_ARRAY) prefix += "VT_ARRAY|";
-  switch (t & 0x0FFF) {
-    case VT_EMPTY: return prefix + "VT_EMPTY";
-    case VT_NULL: return prefix + "VT_NULL";
-    case VT_I2: return prefix + "VT_I2";
-    case VT_I4: return prefix + "VT_I4";
-    case VT_R8: return prefix + "VT_R8";
-    case VT_DATE: return prefix + "VT_DATE";
-    case VT_BSTR: return prefix + "VT_BSTR";
-    case VT_DISPATCH: return prefix + "VT_DISPATCH";
-    case VT_ERROR: return prefix + "VT_ERROR";
-    case VT_BOOL: return prefix + "VT_BOOL";
-    case VT_VARIANT: return prefix + "VT_VARIANT";
-    case VT_UI1: return prefix + "VT_UI1";
-    default: return prefix + "VT_" + std::to_string(t & 0x0FFF);
-  }
 }
 
 }  // namespace tov::automation

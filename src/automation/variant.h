@@ -87,7 +87,6 @@ class Variant {
   }
 
   VarType type() const;  // VT_BYREF | the referenced type for references
-  bool isByRef() const;
   bool isEmpty() const;
   bool isMissing() const;
   // The value itself: a copy of what a reference points at, or of this.
@@ -127,8 +126,5 @@ struct ExcepInfo {
   std::u16string description;
   HRESULT scode = S_OK;
 };
-
-// "VT_I2", "VT_BYREF|VT_BSTR", ... for messages.
-std::string typeName(VarType t);
 
 }  // namespace tov::automation

@@ -10,7 +10,7 @@ using automation::containsNoCase;
 using automation::numberText;
 
 void tovComPrtv3::VBDeviceDetected(std::int16_t PortNr, BStr rcvd) {
-  log(u"VBDeviceDetected, Port " + numberText(std::int64_t{PortNr}));
+  log(u"VBDeviceDetected, Port " + numberText(PortNr));
   log(u"Result: " + rcvd);
   switch (DialogueStep(PortNr)) {
     case 0:
@@ -36,7 +36,7 @@ void tovComPrtv3::VBDeviceDetected(std::int16_t PortNr, BStr rcvd) {
 }
 
 void tovComPrtv3::VBcheckDevice(std::int16_t PortNr, BStr rcvd) {
-  log(u"VBcheckDevice, Port " + numberText(std::int64_t{PortNr}));
+  log(u"VBcheckDevice, Port " + numberText(PortNr));
   if (const auto* row = detection::findModel(rcvd))
     fireEventDeviceDetected(PortNr, row->device, dde_NoError, automation::vb(row->doSiemensAPN));
   else

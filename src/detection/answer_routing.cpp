@@ -8,7 +8,7 @@ namespace tov {
 using automation::containsNoCase;
 
 void tovComPrtv3::VBcheckAnswer(std::int16_t PortNr, BStr Answer) {
-  log(u"VBcheckAnswer, Port " + detection::decimal(PortNr));
+  log(u"VBcheckAnswer, Port " + automation::numberText(PortNr));
   if (isTrue(MessageMode)) {
     VBMsgReceived(PortNr, Answer);
     return;

@@ -9,7 +9,7 @@
 
 namespace tov {
 
-using detection::decimal;
+using automation::numberText;
 using detection::kNextLogLine;
 using detection::skipOnFailure;
 
@@ -41,7 +41,7 @@ VariantBool tovComPrtv3::VBsendOutput(std::int16_t PortNr, std::int16_t Index) {
   skipOnFailure([&] { VBClosePort(PortNr); });
   skipOnFailure([&] {
     log(u"Error in function VBsendOutput." + BStr(kNextLogLine) + u"-> VBSendCommand returned FALSE" +
-        BStr(kNextLogLine) + u"-> LastDLLError: " + decimal(platform::GetLastError()));
+        BStr(kNextLogLine) + u"-> LastDLLError: " + numberText(platform::GetLastError()));
   });
   skipOnFailure([&] { VBStopTimer(PortNr); });
   return VariantBool::False;
@@ -54,21 +54,21 @@ VariantBool tovComPrtv3::VBSendCommand(std::int16_t PortNr, BStr& strCommand) {
     const std::int32_t written = VBCommWrite(PortNr, strCommand);
     platform::PumpMessages();
     if (written == size) {
-      log(u"VBSendCommand on PortNr.: " + decimal(PortNr) + u", Command: |" + strCommand + u"|");
+      log(u"VBSendCommand on PortNr.: " + numberText(PortNr) + u", Command: |" + strCommand + u"|");
       result = VariantBool::True;
-      log(u"Setting Timeout for Port " + decimal(PortNr));
+      log(u"Setting Timeout for Port " + numberText(PortNr));
       VBSetTimeoutSeconds(PortNr, answerSeconds(PortNr, MessageMode));
       VBSetTimeout(PortNr);
       VBStartTimer(PortNr);  // a running timer keeps its period; the deadline above is renewed
     } else {
       BStr errorLine;
       VBCommGetError(errorLine);
-      log(u"Error in function VBSendCommand on PortNr.: " + decimal(PortNr) + u", Command: " + strCommand +
-          BStr(kNextLogLine) + u"-> LastDLLError: " + errorLine + u" LngStatus: " + decimal(written) +
-          u" LngSize: " + decimal(size));
+      log(u"Error in function VBSendCommand on PortNr.: " + numberText(PortNr) + u", Command: " + strCommand +
+          BStr(kNextLogLine) + u"-> LastDLLError: " + errorLine + u" LngStatus: " + numberText(written) +
+          u" LngSize: " + numberText(size));
     }
   } catch (const automation::RuntimeError&) {
-    log(u"Unknown error in function VBSendCommand on PortNr.: " + decimal(PortNr) + u", Command: " + strCommand);
+    log(u"Unknown error in function VBSendCommand on PortNr.: " + numberText(PortNr) + u", Command: " + strCommand);
   }
   return result;
 }

@@ -8,15 +8,15 @@
 
 namespace tov {
 
-using detection::decimal;
+using automation::numberText;
 using detection::kNextLogLine;
 
 void tovComPrtv3::VBDetectDevice(std::int16_t PortNr) {
   try {
     if (!isTrue(VBOpenComPort(PortNr))) {
       VBClosePort(PortNr);
-      log(u"Error in function VBDetectDevice." + BStr(kNextLogLine) + u"-> VBOpenComPort on COM " + decimal(PortNr) +
-          u" returned FALSE" + BStr(kNextLogLine) + u"-> LastDLLError: " + decimal(platform::GetLastError()));
+      log(u"Error in function VBDetectDevice." + BStr(kNextLogLine) + u"-> VBOpenComPort on COM " + numberText(PortNr) +
+          u" returned FALSE" + BStr(kNextLogLine) + u"-> LastDLLError: " + numberText(platform::GetLastError()));
       fireEventDeviceDetected(PortNr, dtNone, dde_CouldNotOpenPort, VariantBool::False);
       platform::PumpMessages();
       return;
@@ -35,12 +35,12 @@ void tovComPrtv3::VBDetectDevice(std::int16_t PortNr) {
     if (!isTrue(VBsendOutput(PortNr, 0))) {
       VBClosePort(PortNr);
       log(u"Error in function VBDetectDevice." + BStr(kNextLogLine) + u"-> VBsendOutput returned FALSE" +
-          BStr(kNextLogLine) + u"-> LastDLLError: " + decimal(platform::GetLastError()));
+          BStr(kNextLogLine) + u"-> LastDLLError: " + numberText(platform::GetLastError()));
       fireEventDeviceDetected(PortNr, dtNone, dde_CouldNotsendOutput, VariantBool::False);
     }
     platform::PumpMessages();
   } catch (const automation::RuntimeError&) {
-    log(u"Unknown error in function VBDetectDevice on PortNr.: " + decimal(PortNr));
+    log(u"Unknown error in function VBDetectDevice on PortNr.: " + numberText(PortNr));
   }
 }
 

@@ -5,7 +5,7 @@
 
 namespace tov {
 
-using detection::decimal;
+using automation::numberText;
 using detection::kNextLogLine;
 
 namespace {
@@ -18,10 +18,10 @@ VariantBool tovComPrtv3::VBOpenPort(std::int16_t& PortNr) { return VBOpenComPort
 VariantBool tovComPrtv3::VBOpenComPort(std::int16_t PortNr) {
   try {
     const BStr settings(detection::portKind(PortNr) == cptUSBPassive ? kUsbPassiveSettings : kDetectionSettings);
-    if (VBCommOpen(PortNr, u"COM" + decimal(PortNr), settings) != 0) {
+    if (VBCommOpen(PortNr, u"COM" + numberText(PortNr), settings) != 0) {
       BStr errorLine;
       VBCommGetError(errorLine);
-      log(u"Error in function VBOpenComPort on COM " + decimal(PortNr) + BStr(kNextLogLine) +
+      log(u"Error in function VBOpenComPort on COM " + numberText(PortNr) + BStr(kNextLogLine) +
           u"-> CreateFile returned Error" + BStr(kNextLogLine) + u"-> LastDLLError: " + errorLine);
       return VariantBool::False;  // a port opened before a later step failed stays open
     }
@@ -31,7 +31,7 @@ VariantBool tovComPrtv3::VBOpenComPort(std::int16_t PortNr) {
     }
     return VariantBool::True;
   } catch (const automation::RuntimeError&) {
-    log(u"Unknown error in function VBOpenComPort on PortNr.: " + decimal(PortNr));
+    log(u"Unknown error in function VBOpenComPort on PortNr.: " + numberText(PortNr));
     return VariantBool::False;
   }
 }
@@ -41,7 +41,7 @@ VariantBool tovComPrtv3::VBClosePort(std::int16_t PortNr) {
     VBCommClose(PortNr);
     return VariantBool::True;
   } catch (const automation::RuntimeError&) {
-    log(u"Unknown error in function VBClosePort on PortNr.: " + decimal(PortNr));
+    log(u"Unknown error in function VBClosePort on PortNr.: " + numberText(PortNr));
     return VariantBool::False;
   }
 }

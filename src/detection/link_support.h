@@ -13,8 +13,6 @@ namespace tov::detection {
 // Line break and indent of the multi-line error log texts.
 inline constexpr std::u16string_view kNextLogLine = u"\r\n\t";
 
-inline BStr decimal(std::int64_t n) { return automation::numberText(n); }
-
 // The kind of the port as discovery knows it (discovery runs only when the table is not filled).
 ComPortType portKind(std::int16_t PortNr);
 

@@ -8,7 +8,7 @@ namespace tov {
 using detection::skipOnFailure;
 
 VariantBool tovComPrtv3::VBPortTest(std::int16_t PortNr) {
-  skipOnFailure([&] { log(u"VBPortTest called for Port" + detection::decimal(PortNr)); });
+  skipOnFailure([&] { log(u"VBPortTest called for Port" + automation::numberText(PortNr)); });
   bool opened = false;
   skipOnFailure([&] { opened = isTrue(VBOpenComPort(PortNr)); });
   if (opened) {

@@ -29,7 +29,7 @@ VariantBool tovComPrtv3::SendMessage(std::int16_t& PortNr, BStr& Message, Varian
     platform::PumpMessages();
     return VariantBool::True;
   } catch (const automation::RuntimeError&) {
-    log(u"Unknown error in function SendMessage on PortNr.: " + detection::decimal(PortNr));
+    log(u"Unknown error in function SendMessage on PortNr.: " + automation::numberText(PortNr));
     return VariantBool::False;
   }
 }

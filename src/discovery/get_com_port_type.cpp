@@ -7,7 +7,7 @@ namespace tov {
 
 std::int32_t tovComPrtv3::GetComPortType(std::int16_t PortNr) {
   const ComPortType kind = discovery::GetPortType(PortNr, false);
-  log(u"GetComPorttype for Port " + automation::numberText(std::int64_t{PortNr}) + u"returns: " +
+  log(u"GetComPorttype for Port " + automation::numberText(PortNr) + u"returns: " +
       BStr(discovery::portTypeName(kind)));
   return kind;
 }

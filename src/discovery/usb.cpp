@@ -58,7 +58,7 @@ void getUSBPassivePorts() {
     const BStr portName = automation::toText(readTextValue(parameters, u"PortName"));
     PortTypeTrace(portName);
     const int n = PortNumberFromName(portName);
-    if (n >= 1 && n <= MaxPorts) PortTypeTrace(u"COM passive detected on port " + automation::numberText(std::int64_t{n}));
+    if (n >= 1 && n <= MaxPorts) PortTypeTrace(u"COM passive detected on port " + automation::numberText(n));
     markPort(n, cptUSBPassive);
   }
 }

@@ -9,15 +9,11 @@ namespace {
 RealClock realClock;
 std::atomic<Clock*> current{&realClock};
 
-// Days from 1899-12-30 to the civil date y-m-d (proleptic Gregorian).
-double daysFromCivil(int y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const int era = (y >= 0 ? y : y - 399) / 400;
-  const unsigned yoe = static_cast<unsigned>(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  const long unixDays = static_cast<long>(era) * 146097 + static_cast<long>(doe) - 719468;
-  return static_cast<double>(unixDays + 25569);  // 1970-01-01 is DATE 25569
+// Days from 1899-12-30 (DATE 0) to the calendar date of a broken-down local time.
+double dateDays(const std::tm& local) {
+  using namespace std::chrono;
+  const sys_days day = year{local.tm_year + 1900} / (local.tm_mon + 1) / local.tm_mday;
+  return static_cast<double>((day - sys_days{1899y / December / 30}).count());
 }
 
 }  // namespace
@@ -35,9 +31,7 @@ double RealClock::localDate() const {
   localtime_r(&t, &local);
   const double ms = static_cast<double>(duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000);
   const double secondOfDay = local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + ms / 1000.0;
-  return daysFromCivil(local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
-                       static_cast<unsigned>(local.tm_mday)) +
-         secondOfDay / kSecondsPerDay;
+  return dateDays(local) + secondOfDay / kSecondsPerDay;
 }
 
 void RealClock::sleepMs(std::uint32_t ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }

@@ -1,7 +1,9 @@
 #include "platform/reg_file.h"
 
-#include <fstream>
-#include <iterator>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -37,6 +39,8 @@ class RegFileParser {
       format_ = RegTextFormat::Regedit4;
     } else if (header == kHeader5) {
       format_ = RegTextFormat::Version5;
+    } else if (header.starts_with("\xEF\xBB\xBF")) {
+      fail(1, "the file starts with a UTF-8 byte-order mark; save it as ANSI or as UTF-16LE (Unicode)");
     } else {
       fail(1, "not a registry file: the first line must be \"" + std::string(kHeader4) + "\" or \"" +
                   std::string(kHeader5) + "\"");
@@ -130,15 +134,18 @@ void applyChanges(Registry& registry, const std::vector<RegChange>& changes) {
 }  // namespace
 
 RegFileError::RegFileError(std::string file, int line, const std::string& what)
-    : std::runtime_error(file + ":" + std::to_string(line) + ": " + what),
+    : std::runtime_error(file + (line > 0 ? ":" + std::to_string(line) : "") + ": " + what),
       file_(std::move(file)),
       line_(line) {}
 
 void loadRegFile(Registry& registry, const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw RegFileError(path, 0, "cannot open the file");
-  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) throw RegFileError(path, 0, "cannot read the file");
+  // The C library keeps the system's reason (errno) where a stream would not.
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  if (!file) throw RegFileError(path, 0, std::strerror(errno));
+  std::string bytes;
+  char chunk[4096];
+  while (const std::size_t n = std::fread(chunk, 1, sizeof chunk, file.get())) bytes.append(chunk, n);
+  if (std::ferror(file.get())) throw RegFileError(path, 0, std::strerror(errno));
   loadRegText(registry, bytes, path);
 }
 

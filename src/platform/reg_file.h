@@ -10,7 +10,8 @@
 
 namespace tov::platform {
 
-// A malformed file: names the file, the 1-based line and what is wrong.
+// A malformed file: names the file, the 1-based line and what is wrong. A file that cannot be read
+// has line 0 and the system's reason.
 class RegFileError : public std::runtime_error {
  public:
   RegFileError(std::string file, int line, const std::string& what);

@@ -12,10 +12,6 @@ using automation::numberText;
 using requests::raiseUntested;
 using requests::startPortWorker;
 
-namespace {
-BStr decimal(std::int64_t n) { return numberText(n); }
-}  // namespace
-
 VariantBool tovComPrtv3::DetectAllDevices() {
   if (isTrue(AnyPortPending())) {
     raiseUntested(*this, 1, dtNotTested, dde_Pending);
@@ -26,22 +22,22 @@ VariantBool tovComPrtv3::DetectAllDevices() {
   std::int16_t msStackPort = 0;  // the last port the Microsoft stack confirmed
   for (std::int16_t p = 1; p <= MaxPorts; ++p) {
     const ComPortType kind = discovery::GetPortType(p, p == 1);  // a fresh discovery per request
-    log(u"Comporttype returns " + decimal(kind));
+    log(u"Comporttype returns " + numberText(std::int32_t{kind}));
     if (kind == cptNone || kind == cptUnknown || kind == cptBTSerialIn || kind == cptBTDialUp) {
-      log(u"Not testing COM" + decimal(p));
+      log(u"Not testing COM" + numberText(p));
       Pending(p) = VariantBool::False;
       continue;
     }
     if (kind == cptBluetooth) {
-      log(u"MSBluetooth on Port" + decimal(p));
+      log(u"MSBluetooth on Port" + numberText(p));
       if (discovery::isMicrosoftBluetoothPortXP(p)) {
-        log(u"MS Stack on Port" + decimal(p));
+        log(u"MS Stack on Port" + numberText(p));
         msStackPort = p;
       } else {
-        log(u"Bluetooth, but no MSBluetooth on COM" + decimal(p));
+        log(u"Bluetooth, but no MSBluetooth on COM" + numberText(p));
       }
     } else {
-      log(u"No Bluetooth on COM" + decimal(p));
+      log(u"No Bluetooth on COM" + numberText(p));
     }
     Pending(p) = VariantBool::True;
     anyToTest = true;
@@ -53,13 +49,13 @@ VariantBool tovComPrtv3::DetectAllDevices() {
     if (isTrue(Pending(p))) {
       BStr name = requests::workerName(p);
       if (!isTrue(requests::currentWorker(*this).ThreadExists(name))) {
-        log(u"Starting Thread " + decimal(p));
+        log(u"Starting Thread " + numberText(p));
         startPortWorker(*this, p, requests::kDetectEntry);
       }
     } else if (p == msStackPort) {
       // Reporting a Microsoft-stack port untested: kept for that stack, but the first pass marks
       // every such port for testing, so this is not reached.
-      log(u"MS Stack event raised for port" + decimal(p));
+      log(u"MS Stack event raised for port" + numberText(p));
       BStr name = VBGetDeviceName(dtSiemens_Other);
       VariantBool apn = VariantBool::False;
       DeviceType device = dtSiemens_Other;

@@ -4,7 +4,7 @@
 
 namespace tov::requests {
 
-BStr workerName(std::int16_t port) { return automation::numberText(std::int64_t{port}); }
+BStr workerName(std::int16_t port) { return automation::numberText(port); }
 
 threads::ThreadControl& currentWorker(tovComPrtv3& component) {
   if (!component.Worker) throw automation::RuntimeError(automation::kErrObjectNotSet);

@@ -54,7 +54,7 @@ BStr tovComPrtv3::VBGetSystemMessage(std::int32_t& lngErrorCode) {
 }
 
 std::int32_t tovComPrtv3::VBCommGetError(BStr& strMessage) {
-  strMessage = u"Error (" + automation::numberText(std::int64_t{LastError.ErrorCode}) + u"): " +
+  strMessage = u"Error (" + automation::numberText(LastError.ErrorCode) + u"): " +
                LastError.ErrorSource + u" - " + LastError.ErrorMessage;
   return LastError.ErrorCode;
 }

@@ -20,9 +20,9 @@ using platform::UINT;
 using platform::UINT_PTR;
 
 std::u16string describeFailure(int PortNr, const std::exception& e) {
-  std::u16string text = u"Error in TimerProc" + numberText(std::int64_t{PortNr}) + u": ";
+  std::u16string text = u"Error in TimerProc" + numberText(PortNr) + u": ";
   if (const auto* runtime = dynamic_cast<const automation::RuntimeError*>(&e))
-    return text + numberText(std::int64_t{runtime->number()}) + u" " + automation::fromUtf8(runtime->description());
+    return text + numberText(runtime->number()) + u" " + automation::fromUtf8(runtime->description());
   return text + automation::fromUtf8(e.what());
 }
 
@@ -72,7 +72,7 @@ void TimerProc(HWND hwnd, UINT message, UINT_PTR idEvent, DWORD time) {
   } catch (const std::exception& e) {
     logTickFailure(target.get(), describeFailure(PortNr, e));
   } catch (...) {
-    logTickFailure(target.get(), u"Error in TimerProc" + numberText(std::int64_t{PortNr}));
+    logTickFailure(target.get(), u"Error in TimerProc" + numberText(PortNr));
   }
 }
 

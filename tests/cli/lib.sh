@@ -1,13 +1,22 @@
 # Helpers for the command-line and end-to-end tests: run the real executables, check exit codes
 # and output, and run simulated phones on pseudo-terminals.
 fail() { echo "FAIL: $*" >&2; exit 1; }
-# expect_exit CODE CMD...: runs CMD, keeps stdout in $out and stderr in $err.
+# expect_exit CODE CMD...: runs CMD, keeps stdout in $out and stderr in $err. With --json among
+# the arguments, every line of stdout must be one JSON object.
 expect_exit() {
   local want=$1; shift
   local errfile; errfile=$(mktemp)
   set +e; out=$("$@" 2>"$errfile"); local got=$?; set -e
   err=$(cat "$errfile"); rm -f "$errfile"
   [ "$got" -eq "$want" ] || fail "$* exited $got, expected $want; stdout: $out; stderr: $err"
+  case " $* " in *" --json "*) expect_json_lines "$out" ;; esac
+}
+expect_json_lines() {
+  printf '%s' "$1" | python3 -c '
+import json, sys
+for line in sys.stdin.buffer.read().decode("utf-8").splitlines():
+    assert isinstance(json.loads(line), dict), line
+' || fail "not one JSON object a line: $1"
 }
 expect_contains() { case "$1" in *"$2"*) ;; *) fail "expected '$2' in: $1" ;; esac; }
 # count_lines TEXT PATTERN: how many lines of TEXT contain PATTERN.
@@ -27,10 +36,8 @@ trap cleanup EXIT
 # sets PTY_<NAME> to the device a host should open.
 start_phone() {
   local name=$1; shift
-  mkfifo "$work/$name.in"
-  "$PHONE" "$@" <"$work/$name.in" >"$work/$name.out" 2>"$work/$name.err" &
+  "$PHONE" "$@" >"$work/$name.out" 2>"$work/$name.err" &
   pids+=($!)
-  exec {keep}>"$work/$name.in"  # the phone runs while its stdin stays open
   local tries=0
   while [ ! -s "$work/$name.out" ]; do
     tries=$((tries + 1)); [ $tries -gt 100 ] && fail "tovport-phone did not start: $(cat "$work/$name.err")"

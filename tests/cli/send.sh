@@ -8,8 +8,6 @@ pts=$PTY_phone
 
 expect_exit 0 "$TOVPORT" --map COM3="$pts" send 3 AT+CGMM
 expect_contains "$out" 'MsgReceived msg="\r\nS65\r\n\r\nOK\r\n"'
-expect_exit 0 "$TOVPORT" --json --map COM4="$pts" send 4 AT+CGMM
-expect_contains "$out" '{"event":"MsgReceived","msg":"\r\nS65\r\n\r\nOK\r\n"'
 expect_exit 1 "$TOVPORT" --json --map COM3="$PTY_silent" send 3 AT+CGSN
 expect_contains "$out" '{"event":"MsgTimeout"'
 

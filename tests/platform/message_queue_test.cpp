@@ -57,14 +57,21 @@ TEST_F(MessageQueueTest, TimersTickOnTheOwnersPumpAfterTheirPeriod) {
   clock_.advance(1);
   PumpMessages();
   EXPECT_EQ(ticks, (std::vector<UINT_PTR>{clamped, id}));
-  clock_.advance(350);  // missed periods coalesce into one tick
+  clock_.advance(350);  // three missed periods coalesce into one tick ...
+  PumpMessages();
   PumpMessages();
   EXPECT_EQ(ticks.size(), 3u);
+  clock_.advance(99);  // ... and the next comes one period after the one delivered
+  PumpMessages();
+  EXPECT_EQ(ticks.size(), 3u);
+  clock_.advance(1);
+  PumpMessages();
+  EXPECT_EQ(ticks.size(), 4u);
   EXPECT_EQ(KillTimer(0, id), TRUE);
   EXPECT_EQ(KillTimer(0, id), FALSE);
   clock_.advance(1000);
   PumpMessages();
-  EXPECT_EQ(ticks.size(), 3u);
+  EXPECT_EQ(ticks.size(), 4u);
   KillTimer(0, longest);
 }
 

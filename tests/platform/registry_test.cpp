@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -76,19 +75,6 @@ TEST_F(RegistryTest, OpenIsCaseBlindAndAnEmptySubkeyOpensTheKeyItself) {
   EXPECT_EQ(n, 7u);
   EXPECT_EQ(open(nullptr), HKEY_LOCAL_MACHINE);
   EXPECT_NE(open("\\clsid", HKEY_CLASSES_ROOT), 0u);  // a leading backslash is allowed there only
-}
-
-TEST_F(RegistryTest, HandlesDoNotCarryOverToAnotherRegistry) {
-  reg.createKey("HKLM\\A");
-  const HKEY a = open("A");
-  {
-    Registry other;
-    other.createKey("HKLM\\A");
-    ScopedRegistry swapped(other);
-    EXPECT_EQ(RegCloseKey(a), ERROR_INVALID_HANDLE);
-  }
-  EXPECT_EQ(&registry(), &reg);  // the scope put the previous registry back
-  EXPECT_EQ(RegCloseKey(a), kOk);
 }
 
 TEST_F(RegistryTest, SizeQueryAndShortBuffers) {
@@ -193,17 +179,6 @@ TEST_F(RegistryWrite, CreateSetAndDeleteThroughHandles) {
   EXPECT_TRUE(reg.keyExists("HKLM\\T"));
   EXPECT_FALSE(reg.keyExists("HKLM\\T\\a"));
   EXPECT_EQ(RegQueryValueExA(t, "n", nullptr, nullptr, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
-}
-
-TEST_F(RegistryWrite, BadPathsThrowBeforeAnyChange) {
-  for (const char* bad : {"HKEY_NOWHERE\\A", "HKLM\\A\\\\B", "HKLM\\A\\"}) {
-    EXPECT_THROW(reg.createKey(bad), std::invalid_argument) << bad;
-    EXPECT_THROW(reg.setDword(bad, "n", 1), std::invalid_argument) << bad;
-  }
-  EXPECT_THROW(reg.deleteKey("HKLM"), std::invalid_argument);
-  EXPECT_EQ(reg.keyCount(), 0u);
-  EXPECT_NO_THROW(reg.deleteKey("HKLM\\Missing"));
-  EXPECT_NO_THROW(reg.deleteValue("HKLM\\Missing", "x"));
 }
 
 TEST(RegistryPath, RootsInFullAndShortFormAndWhatIsRefused) {

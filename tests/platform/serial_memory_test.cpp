@@ -81,31 +81,6 @@ TEST(SerialMemoryOpen, MissingBusyAndFailingPortsRefuseToOpen) {
   EXPECT_EQ(error, ERROR_ACCESS_DENIED);
 }
 
-TEST_F(SerialMemory, ErrorFlagsAreReportedOnce) {
-  port.deliver("hello");
-  port.raiseErrors(CE_FRAME | CE_OVERRUN);
-  DWORD errors = 0;
-  EXPECT_EQ(waiting(&errors), 5u);
-  EXPECT_EQ(errors, CE_FRAME | CE_OVERRUN);
-  waiting(&errors);
-  EXPECT_EQ(errors, 0u);
-}
-
-TEST_F(SerialMemory, PeerAnswersWrittenChunksAfterItsDelay) {
-  std::vector<std::string> heard;
-  port.setPeer([&](SimulatedPort& p, std::string_view chunk) {
-    heard.emplace_back(chunk);
-    EXPECT_FALSE(p.output().empty());  // the port's lock is free while the peer runs
-    p.deliver("\r\nSIEMENS\r\n\r\nOK\r\n", 150);
-  });
-  EXPECT_EQ(write("AT+CGMI\r"), 8u);
-  EXPECT_EQ(heard, std::vector<std::string>{"AT+CGMI\r"});
-  manual.advance(149);
-  EXPECT_EQ(waiting(), 0u);
-  manual.advance(1);
-  EXPECT_EQ(waiting(), 17u);
-}
-
 TEST_F(SerialMemory, InjectedFailuresHitTheirOperationOnly) {
   port.deliver("abc");
   port.failNext(SerialOp::Read, ERROR_IO_DEVICE);

@@ -26,6 +26,7 @@ TEST(SystemMessages, FormatMessageStoresTheTextOrSaysWhyNot) {
   EXPECT_EQ(FormatMessageA(kFlags, nullptr, 5, 0, buffer, 255, nullptr), 19u);
   EXPECT_STREQ(buffer, "Access is denied.\r\n");
   EXPECT_EQ(FormatMessageA(kFlags, nullptr, 5, 0x0409, buffer, 255, nullptr), 19u);  // US English
+  EXPECT_EQ(FormatMessageA(kFlags, nullptr, 5, 0x0809, buffer, 255, nullptr), 19u);  // UK English
   const struct {
     DWORD flags, code, language, size;
     char* buffer;
@@ -36,6 +37,7 @@ TEST(SystemMessages, FormatMessageStoresTheTextOrSaysWhyNot) {
       {FORMAT_MESSAGE_IGNORE_INSERTS, 5, 0, 255, buffer, ERROR_INVALID_PARAMETER},  // no source
       {kFlags, 5, 0, 255, nullptr, ERROR_INVALID_PARAMETER},
       {kFlags, 5, 0x0407, 255, buffer, 1815},  // German
+      {kFlags, 5, 0x040C, 255, buffer, 1815},  // French
   };
   for (const auto& r : refusals) {
     SetLastError(0);

@@ -134,7 +134,7 @@ TEST_F(SerialApiErrors, EachFailingPlatformCallIsRecordedWithItsSource) {
 
     EXPECT_EQ(call(k.op, 3, k.settings), k.result);
     const DWORD code = k.outcomes.back();
-    EXPECT_EQ(errorText(), u"Error (" + automation::numberText(std::int64_t{code}) + u"): " + k.source + u" - " +
+    EXPECT_EQ(errorText(), u"Error (" + automation::numberText(code) + u"): " + k.source + u" - " +
                                automation::fromUtf8(systemMessage(code)) +
                                (k.flags ? u"  COMM Error Flags = " + std::u16string(k.flags) : u""));
     EXPECT_EQ(isTrue(c->CommPorts(3).IsOpen), k.openAfter);

@@ -66,7 +66,7 @@ class SimulatedPorts : public ::testing::Test {
   }
 
   std::int32_t open(std::int16_t portNr, const char16_t* settings = kSettings) {
-    return c->VBCommOpen(portNr, u"COM" + automation::numberText(std::int64_t{portNr}), settings);
+    return c->VBCommOpen(portNr, u"COM" + automation::numberText(portNr), settings);
   }
 
   std::u16string errorText() {

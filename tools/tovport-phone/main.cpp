@@ -27,12 +27,13 @@ void onSignal(int) { stopRequested = 1; }
 const char* const kUsage =
     "usage: tovport-phone [--device PATH] [--maker TEXT] [--model TEXT] [--echo on|off] [--delay MS]\n"
     "                     [--split N] [--split-pause MS] [--error COMMAND]... [--silent]\n"
-    "                     [--close-after COMMAND]\n";
+    "                     [--close-after COMMAND] [--until-stdin-closes]\n";
 
 const char* const kHelp =
     "Simulates a phone that answers AT commands. Opens a pseudo-terminal (or the device given with\n"
     "--device), prints the path of the end a host should open on the first line of stdout, and\n"
-    "answers until stdin closes or it receives SIGINT/SIGTERM.\n\n"
+    "answers until it receives SIGINT, SIGTERM or SIGHUP (then it exits 0). It never reads the\n"
+    "terminal, so it runs in the background of an interactive shell.\n\n"
     "  AT+CGMI   answers the maker:  CR LF <maker> CR LF CR LF OK CR LF\n"
     "  AT+CGMM   answers the model:  CR LF <model> CR LF CR LF OK CR LF\n"
     "  anything else                 CR LF ERROR CR LF\n\n"
@@ -48,6 +49,7 @@ const char* const kHelp =
     "  --silent           never answer\n"
     "  --close-after COMMAND  after answering COMMAND (e.g. AT+CGMI) close the line, as a phone\n"
     "                     unplugged mid-dialogue; the program goes on until it is told to stop\n"
+    "  --until-stdin-closes  also end when stdin reaches its end (for a caller that holds a pipe)\n"
     "  --help             this text\n";
 
 struct Options {
@@ -57,6 +59,7 @@ struct Options {
   int pieces = 1;
   int pauseMs = 200;
   std::string closeAfter;  // upper case; empty: never
+  bool untilStdinCloses = false;
 };
 
 std::string upper(std::string text) {
@@ -101,6 +104,7 @@ Options parse(int argc, char** argv, bool& help) {
     else if (a == "--error") o.profile.failing.insert(upper(value()));
     else if (a == "--close-after") o.closeAfter = upper(value());
     else if (a == "--silent") o.profile.silent = true;
+    else if (a == "--until-stdin-closes") o.untilStdinCloses = true;
     else throw UsageError("unknown option " + a);
   }
   return o;
@@ -131,7 +135,7 @@ void closeLine(int& line, int& keepOpen) {
   keepOpen = line = -1;
 }
 
-int run(const Options& o) {
+int run(const Options& o, const sigset_t& waitMask) {
   int line = -1;
   int keepOpen = -1;  // our own handle on the far end, so a host closing it does not hang us up
   std::string path;
@@ -158,16 +162,16 @@ int run(const Options& o) {
 
   Responder phone(o.profile);
   std::string heard;  // upper case, for --close-after
-  bool stdinOpen = true;
   char buf[512];
   while (!stopRequested) {
     pollfd fds[2] = {{line, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-    const int n = ::poll(fds, stdinOpen ? 2 : 1, 500);
+    // The stop signals are blocked outside the wait, so one that comes before it ends it at once.
+    const int n = ::ppoll(fds, o.untilStdinCloses ? 2 : 1, nullptr, &waitMask);
     if (n < 0) {
       if (errno == EINTR) continue;
       break;
     }
-    if (stdinOpen && (fds[1].revents & (POLLIN | POLLHUP | POLLERR))) {
+    if (o.untilStdinCloses && (fds[1].revents & (POLLIN | POLLHUP | POLLERR))) {
       const ssize_t r = ::read(STDIN_FILENO, buf, sizeof buf);
       if (r <= 0) break;  // stdin closed: the caller is done with us
     }
@@ -198,8 +202,15 @@ int run(const Options& o) {
 
 int main(int argc, char** argv) {
   using namespace tovport_phone;
-  std::signal(SIGINT, onSignal);
-  std::signal(SIGTERM, onSignal);
+  sigset_t stopSignals, waitMask;
+  sigemptyset(&stopSignals);
+  struct sigaction stop {};
+  stop.sa_handler = onSignal;
+  for (int s : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&stopSignals, s);
+    sigaction(s, &stop, nullptr);
+  }
+  sigprocmask(SIG_BLOCK, &stopSignals, &waitMask);
   std::signal(SIGPIPE, SIG_IGN);
   try {
     bool help = false;
@@ -208,7 +219,7 @@ int main(int argc, char** argv) {
       std::cout << kUsage << "\n" << kHelp;
       return 0;
     }
-    return run(o);
+    return run(o, waitMask);
   } catch (const UsageError& e) {
     std::cerr << "tovport-phone: " << e.what() << "\n" << kUsage;
     return 2;

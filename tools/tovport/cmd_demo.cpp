@@ -38,7 +38,7 @@ int runDemo(const HostOptions& options, const std::vector<std::string>& args) {
     if (a == "--list") list = true;
     else throw UsageError("demo: unexpected argument '" + a + "'");
   }
-  if (!options.registryFiles.empty() || !options.maps.empty() || !options.os.empty() || options.sysfs || options.dev)
+  if (!options.registryFiles.empty() || !options.maps.empty() || options.os || options.sysfs || options.dev)
     throw UsageError("demo runs on its own simulated PC: --registry, --sysfs, --dev, --map and --os do not apply");
   DemoPc pc;
   if (list) {

@@ -15,7 +15,7 @@ namespace tovport_cli {
 // Global options, given before the command.
 struct HostOptions {
   std::vector<std::string> registryFiles;          // --registry FILE (repeatable, loaded in order)
-  std::string os;                                  // --os NAME (empty: the default system)
+  std::optional<std::string> os;                   // --os NAME (none: the default system)
   std::vector<std::pair<int, std::string>> maps;   // --map COMn=PATH (repeatable)
   // The machine described from sysfs when no --registry is given: --sysfs DIR, --dev DIR.
   std::optional<std::string> sysfs;

@@ -121,7 +121,11 @@ int runRequest(const HostOptions& options, const std::function<VariantBool(tov::
     ~Disconnect() { printer.disconnect(); }
   } disconnectAtEnd{*printer};
 
-  if (!isTrue(request(*component))) return 1;  // the refusal has been printed
+  if (!isTrue(request(*component))) {  // its event has been printed
+    std::cerr << "tovport: the component refused the request (a port outside 1 to 32, or an earlier request"
+                 " still pending)\n";
+    return 1;
+  }
   if (printer->awaitEnd(options.timeoutSeconds)) {
     if (finished) finished(*component, printer->events());
     return 0;

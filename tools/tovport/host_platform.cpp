@@ -48,9 +48,9 @@ HostPlatform::HostPlatform(const HostOptions& options) : parts_(std::make_unique
   }
   for (const auto& [port, path] : options.maps) tov::platform::setComPortPath(parts_->registry, port, path);
   parts_->registryScope = std::make_unique<tov::platform::ScopedRegistry>(parts_->registry);
-  if (!options.os.empty()) {
-    const auto version = tov::platform::parseOsVersion(options.os);
-    if (!version) throw InputError("unknown --os '" + options.os + "'; use one of " +
+  if (options.os) {
+    const auto version = tov::platform::parseOsVersion(*options.os);
+    if (!version) throw InputError("unknown --os '" + *options.os + "'; use one of " +
                                    std::string(tov::platform::osPresetNames()) + " or P.MAJOR.MINOR[:CSD]");
     tov::platform::setOsVersion(*version);
   }

@@ -20,7 +20,8 @@ std::vector<Command>& registry() {
 
 void printUsage(std::ostream& out) {
   out << "usage: tovport [--registry FILE... | [--sysfs DIR] [--dev DIR]] [--os NAME] [--map COMn=PATH]... [--json]"
-         " [--timeout SECONDS] COMMAND [ARG...]\n";
+         " [--timeout SECONDS] COMMAND [ARG...]\n"
+         "       tovport --help | --version\n";
 }
 
 void printHelp() {
@@ -37,7 +38,8 @@ void printHelp() {
                "                     ports without a device do not exist\n"
                "  --json             print results and events as JSON, one object per line\n"
                "  --timeout SECONDS  how long a request may run before it is stopped (default 60)\n"
-               "  --help             this text\n\nCommands:\n";
+               "  --help             this text\n"
+               "  --version          the version of tovport\n\nCommands:\n";
   for (const auto& c : registry()) {
     std::cout << "  " << c.synopsis << "\n";
     std::string line;
@@ -90,6 +92,9 @@ int run(const std::vector<std::string>& args) {
     if (a == "--help" || a == "-h") {
       printHelp();
       return 0;
+    } else if (a == "--version") {
+      std::cout << "tovport " TOVPORT_VERSION "\n";
+      return 0;
     } else if (a == "--registry") {
       options.registryFiles.push_back(needValue(args, i));
     } else if (a == "--sysfs") {
@@ -98,6 +103,7 @@ int run(const std::vector<std::string>& args) {
       options.dev = needValue(args, i);
     } else if (a == "--os") {
       options.os = needValue(args, i);
+      if (options.os->empty()) throw UsageError("--os needs a name, such as xp-sp2");
     } else if (a == "--map") {
       std::string path;
       const int port = parseMap(needValue(args, i), path);
