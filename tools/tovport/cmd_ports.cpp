@@ -4,7 +4,8 @@
 
 #include "automation/convert.h"
 #include "command.h"
-#include "component/tovcomprtv3.h"
+#include "component/types.h"
+#include "component_host.h"
 #include "component/type_library.h"
 #include "discovery/port_table.h"
 #include "value_text.h"
@@ -28,10 +29,11 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
     if (a != "--json") throw UsageError("ports takes no arguments but --json, not '" + a + "'");
     json = true;
   }
-  auto component = tov::tovComPrtv3::create();
+  auto component = createComponent();
   // The first question runs discovery; an error of it ends the command before anything is printed.
   std::vector<std::int32_t> kinds;
-  for (std::int16_t port = 1; port <= tov::MaxPorts; ++port) kinds.push_back(component->GetComPortType(port));
+  for (std::int16_t port = 1; port <= tov::MaxPorts; ++port)
+    kinds.push_back(tov::automation::toI4(tov::automation::callByName(*component, u"GetComPortType", {port})));
 
   for (std::int16_t port = 1; port <= tov::MaxPorts; ++port) {
     const std::int32_t kind = kinds[static_cast<std::size_t>(port - 1)];
