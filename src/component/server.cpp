@@ -1,13 +1,12 @@
 #include "component/server.h"
 
-#include <dlfcn.h>
-
 #include <string>
 #include <vector>
 
 #include "automation/class_factory.h"
 #include "component/guids.h"
 #include "component/tovcomprtv3.h"
+#include "platform/module_path.h"
 #include "platform/registry.h"
 
 namespace tov {
@@ -20,11 +19,7 @@ constexpr const char* kProgId = "tovport.tovComPrtv3";
 // The standard marshaller of automation interfaces.
 constexpr const char* kPSOAInterface = "{00020424-0000-0000-C000-000000000046}";
 
-std::string modulePath() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<void*>(&DllRegisterServer), &info) && info.dli_fname) return info.dli_fname;
-  return "libtovport.so";
-}
+std::string modulePath() { return platform::modulePathOf(reinterpret_cast<const void*>(&DllRegisterServer)); }
 
 struct RegEntry {
   std::string key;    // below HKEY_CLASSES_ROOT
