@@ -1,7 +1,5 @@
 #include "component/server.h"
 
-#include <dlfcn.h>
-
 #include <string>
 #include <vector>
 
@@ -9,6 +7,7 @@
 #include "component/guids.h"
 #include "component/registration.h"
 #include "component/tovcomprtv3.h"
+#include "platform/module_path.h"
 #include "platform/registry.h"
 
 namespace tov {
@@ -17,11 +16,7 @@ namespace {
 using namespace automation;
 using platform::HKEY_CLASSES_ROOT;
 
-std::string modulePath() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<void*>(&DllRegisterServer), &info) && info.dli_fname) return info.dli_fname;
-  return "libtovport.so";
-}
+std::string modulePath() { return platform::modulePathOf(reinterpret_cast<const void*>(&DllRegisterServer)); }
 
 // Parents that registration may have had to create; removed again only when left empty.
 const char* const kSharedParents[] = {"CLSID", "TypeLib", "Interface"};

@@ -1,16 +1,14 @@
 #include "platform/clock.h"
 
-#include <ctime>
-#include <thread>
-
 namespace tov::platform {
 namespace {
 
 RealClock realClock;
 std::atomic<Clock*> current{&realClock};
 
-// Days from 1899-12-30 to the civil date y-m-d (proleptic Gregorian).
-double daysFromCivil(int y, unsigned m, unsigned d) {
+}  // namespace
+
+double dateFromCivil(int y, unsigned m, unsigned d) {
   y -= m <= 2;
   const int era = (y >= 0 ? y : y - 399) / 400;
   const unsigned yoe = static_cast<unsigned>(y - era * 400);
@@ -19,28 +17,6 @@ double daysFromCivil(int y, unsigned m, unsigned d) {
   const long unixDays = static_cast<long>(era) * 146097 + static_cast<long>(doe) - 719468;
   return static_cast<double>(unixDays + 25569);  // 1970-01-01 is DATE 25569
 }
-
-}  // namespace
-
-std::int64_t RealClock::monotonicMs() const {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
-double RealClock::localDate() const {
-  using namespace std::chrono;
-  const auto now = system_clock::now();
-  const std::time_t t = system_clock::to_time_t(now);
-  std::tm local{};
-  localtime_r(&t, &local);
-  const double ms = static_cast<double>(duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000);
-  const double secondOfDay = local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + ms / 1000.0;
-  return daysFromCivil(local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
-                       static_cast<unsigned>(local.tm_mday)) +
-         secondOfDay / kSecondsPerDay;
-}
-
-void RealClock::sleepMs(std::uint32_t ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
 bool RealClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& cv,
                           std::int64_t deadlineMs, const std::function<bool()>& pred) {

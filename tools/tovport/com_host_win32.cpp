@@ -1,10 +1,10 @@
 // The Windows host: the component comes from its registered in-process server through COM, in
 // this thread's single-threaded apartment; the machine's own registry and COM ports are used.
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 
 #include "component_host.h"
-#include "host_platform.h"
 #include "automation/win32/ole_client.h"
 
 #include <windows.h>
@@ -22,16 +22,6 @@ struct Apartment {
 };
 
 }  // namespace
-
-struct HostPlatform::Parts {};
-
-HostPlatform::HostPlatform(const HostOptions& options) {
-  if (!options.registryFiles.empty() || !options.maps.empty() || !options.os.empty())
-    throw UsageError("--registry, --map and --os belong to the Linux host; on Windows the component reads "
-                     "this machine's registry and COM ports");
-}
-
-HostPlatform::~HostPlatform() = default;
 
 tov::automation::Ref<tov::automation::IDispatch> createComponent() {
   static Apartment apartment;

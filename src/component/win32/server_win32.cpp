@@ -4,6 +4,7 @@
 #include "component/guids.h"
 #include "component/registration.h"
 #include "component/tovcomprtv3.h"
+#include "platform/module_path.h"
 #include "automation/win32/ole_server.h"
 
 #include <windows.h>
@@ -13,25 +14,15 @@ namespace {
 
 namespace ole = tov::automation::ole;
 
-HMODULE thisModule() {
-  HMODULE module = nullptr;
-  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<LPCSTR>(&thisModule), &module);
-  return module;
-}
-
-std::string modulePath() {
-  char path[MAX_PATH] = {};
-  const DWORD length = GetModuleFileNameA(thisModule(), path, MAX_PATH);
-  return std::string(path, length);
-}
+std::string modulePath() { return tov::platform::modulePathOf(reinterpret_cast<const void*>(&modulePath)); }
 
 // The type library embedded in this DLL, loaded once per process; null when it cannot be read
 // (objects then offer no type information).
 ITypeLib* typeLibrary() {
   static ITypeLib* library = [] {
+    const std::string file = modulePath();
     wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(thisModule(), path, MAX_PATH);
+    MultiByteToWideChar(CP_ACP, 0, file.c_str(), -1, path, MAX_PATH);
     ITypeLib* loaded = nullptr;
     if (FAILED(LoadTypeLibEx(path, REGKIND_NONE, &loaded))) loaded = nullptr;
     return loaded;
