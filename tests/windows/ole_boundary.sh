@@ -42,6 +42,8 @@ detect() {
   read -r pty <&"${PHONE[0]}"
   [[ $pty == /dev/pts/* ]] || fail "tovport-phone gave no pseudo-terminal ('$pty')"
   ln -sfn "$pty" "$WINEPREFIX/dosdevices/com$port"
+  # HKLM\Hardware is volatile: it lasts as long as the Wine server, which must outlive regedit.
+  "${WINESERVER:-/usr/lib/wine/wineserver}" -p30
   reg=$(mktemp --suffix=.reg)
   printf 'REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\HARDWARE\\DEVICEMAP\\SERIALCOMM]\r\n"\\\\Device\\\\Serial%d"="COM%d"\r\n' \
     $((port - 1)) "$port" >"$reg"
