@@ -32,6 +32,12 @@ struct TypeLibraryDesc {
   std::vector<RecordDesc> records;
 };
 
-std::string generateIdl(const TypeLibraryDesc& lib);
+// Midl: the library in its own order (interfaces, class, events, then enums and records).
+// Widl: what widl compiles: enums and records ahead of the interfaces that use them (widl
+// resolves names as it reads) neither version nor nonextensible on the event dispinterface, and no text
+// default on a by-reference parameter (widl refuses these).
+enum class IdlDialect { Midl, Widl };
+
+std::string generateIdl(const TypeLibraryDesc& lib, IdlDialect dialect = IdlDialect::Midl);
 
 }  // namespace tov::automation

@@ -1,41 +1,18 @@
 #include "platform/clock.h"
 
-#include <ctime>
-#include <thread>
-
 namespace tov::platform {
 namespace {
 
 RealClock realClock;
 std::atomic<Clock*> current{&realClock};
 
-// Days from 1899-12-30 (DATE 0) to the calendar date of a broken-down local time.
-double dateDays(const std::tm& local) {
-  using namespace std::chrono;
-  const sys_days day = year{local.tm_year + 1900} / (local.tm_mon + 1) / local.tm_mday;
-  return static_cast<double>((day - sys_days{1899y / December / 30}).count());
-}
-
 }  // namespace
 
-std::int64_t RealClock::monotonicMs() const {
+double dateFromCivil(int y, unsigned m, unsigned d) {
   using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+  const sys_days day = year{y} / month{m} / std::chrono::day{d};
+  return static_cast<double>((day - sys_days{1899y / December / 30}).count());
 }
-
-double RealClock::localDate() const {
-  using namespace std::chrono;
-  const auto now = system_clock::now();
-  const std::time_t t = system_clock::to_time_t(now);
-  std::tm local{};
-  localtime_r(&t, &local);
-  const double ms = static_cast<double>(duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000);
-  const double secondOfDay = local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + ms / 1000.0;
-  return dateDays(local) + secondOfDay / kSecondsPerDay;
-}
-
-void RealClock::sleepMs(std::uint32_t ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
-
 bool RealClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& cv,
                           std::int64_t deadlineMs, const std::function<bool()>& pred) {
   const auto remaining = deadlineMs - monotonicMs();

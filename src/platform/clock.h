@@ -78,6 +78,9 @@ class ScopedClock {
 // Win32 Sleep on the process clock.
 void Sleep(std::uint32_t ms);
 
+// The DATE of a civil date (proleptic Gregorian calendar): days since 1899-12-30.
+double dateFromCivil(int year, unsigned month, unsigned day);
+
 // Seconds as a fraction of a DATE day.
 inline constexpr double kSecondsPerDay = 86400.0;
 

@@ -5,6 +5,7 @@
 #include "automation/dispatch.h"
 #include "command.h"
 #include "component/tovcomprtv3.h"
+#include "component_host.h"
 #include "value_text.h"
 
 namespace tovport_cli {
@@ -14,7 +15,7 @@ using namespace tov::automation;
 
 int runCall(const HostOptions& options, const std::vector<std::string>& args) {
   if (args.empty()) throw UsageError("call needs a METHOD");
-  auto component = tov::tovComPrtv3::create();
+  auto component = createComponent();
   const std::u16string name = fromUtf8(args[0]);
 
   // Every argument goes by reference to a variable of ours, so that what the method writes into

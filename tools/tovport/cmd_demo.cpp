@@ -4,7 +4,7 @@
 #include <map>
 
 #include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include "component/types.h"
 #include "demo_pc.h"
 #include "discovery/port_table.h"
 #include "event_printer.h"
@@ -15,13 +15,13 @@ namespace {
 using namespace tov::automation;
 
 // One row per port that exists: its kind, the outcome of its detection and the model found.
-void printSummary(tov::tovComPrtv3& component, const std::vector<HostEvent>& events) {
+void printSummary(IDispatch& component, const std::vector<HostEvent>& events) {
   std::map<int, const HostEvent*> outcomes;
   for (const auto& e : events)
     if (e.id == 3 && toI4(e.args[4]) != tov::dde_NoMoreDevices) outcomes[toI2(e.args[0])] = &e;
   std::printf("\n%-6s %-20s %-24s %s\n", "port", "kind", "outcome", "model");
   for (std::int16_t port = 1; port <= tov::MaxPorts; ++port) {
-    const auto kind = static_cast<tov::ComPortType>(component.GetComPortType(port));
+    const auto kind = static_cast<tov::ComPortType>(toI4(callByName(component, u"GetComPortType", {port})));
     if (kind == tov::cptNone) continue;
     const HostEvent* e = outcomes.count(port) ? outcomes[port] : nullptr;
     const bool tested = e && toI4(e->args[4]) != tov::dde_CouldNotOpenPort;
@@ -45,8 +45,8 @@ int runDemo(const HostOptions& options, const std::vector<std::string>& args) {
     DemoPc::describe(std::cout);
     std::cout << std::endl;
   }
-  return runRequest(options, [](tov::tovComPrtv3& c) { return c.DetectAllDevices(); },
-                    [&](tov::tovComPrtv3& c, const std::vector<HostEvent>& events) {
+  return runRequest(options, [](IDispatch& c) { return toBool(callByName(c, u"DetectAllDevices", {})); },
+                    [&](IDispatch& c, const std::vector<HostEvent>& events) {
                       if (!options.json) printSummary(c, events);
                     });
 }

@@ -3,13 +3,15 @@
 #include <optional>
 
 #include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include "component/types.h"
 #include "event_printer.h"
 
 namespace tovport_cli {
 namespace {
 
-using tov::tovComPrtv3;
+using tov::automation::callByName;
+using tov::automation::IDispatch;
+using tov::automation::toBool;
 
 struct Target {
   std::optional<std::int16_t> port;
@@ -46,20 +48,21 @@ Target parseTarget(const std::string& command, const std::vector<std::string>& a
 
 int runDetect(const HostOptions& options, const std::vector<std::string>& args) {
   const Target target = parseTarget("detect", args, true);
-  if (target.port) return runRequest(options, [&](tovComPrtv3& c) { return c.DetectDevice(*target.port); });
+  if (target.port)
+    return runRequest(options, [&](IDispatch& c) { return toBool(callByName(c, u"DetectDevice", {*target.port})); });
   if (target.list) {
-    return runRequest(options, [&](tovComPrtv3& c) {
-      tov::automation::BStr list = tov::automation::fromUtf8(*target.list);
-      return c.DetectDevicesFromList(list);
+    return runRequest(options, [&](IDispatch& c) {
+      return toBool(callByName(c, u"DetectDevicesFromList", {tov::automation::fromUtf8(*target.list)}));
     });
   }
-  return runRequest(options, [](tovComPrtv3& c) { return c.DetectAllDevices(); });
+  return runRequest(options, [](IDispatch& c) { return toBool(callByName(c, u"DetectAllDevices", {})); });
 }
 
 int runTest(const HostOptions& options, const std::vector<std::string>& args) {
   const Target target = parseTarget("test", args, false);
-  if (target.port) return runRequest(options, [&](tovComPrtv3& c) { return c.PortTest(*target.port); });
-  return runRequest(options, [](tovComPrtv3& c) { return c.TestAllPorts(); });
+  if (target.port)
+    return runRequest(options, [&](IDispatch& c) { return toBool(callByName(c, u"PortTest", {*target.port})); });
+  return runRequest(options, [](IDispatch& c) { return toBool(callByName(c, u"TestAllPorts", {})); });
 }
 
 const Registration detect{

@@ -7,7 +7,8 @@
 
 #include "automation/convert.h"
 #include "command.h"
-#include "component/tovcomprtv3.h"
+#include "component/types.h"
+#include "component_host.h"
 #include "component/type_library.h"
 #include "discovery/port_table.h"
 #include "host_platform.h"
@@ -61,10 +62,11 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
     std::cout << tov::platform::registry().dump();
     return 0;
   }
-  auto component = tov::tovComPrtv3::create();
+  auto component = createComponent();
   // The first question runs discovery; an error of it ends the command before anything is printed.
   std::vector<std::int32_t> kinds;
-  for (std::int16_t port = 1; port <= tov::MaxPorts; ++port) kinds.push_back(component->GetComPortType(port));
+  for (std::int16_t port = 1; port <= tov::MaxPorts; ++port)
+    kinds.push_back(tov::automation::toI4(tov::automation::callByName(*component, u"GetComPortType", {port})));
   const std::map<int, std::string> paths = tov::platform::comPortPaths();
 
   std::vector<Row> rows;

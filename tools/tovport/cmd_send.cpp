@@ -3,7 +3,8 @@
 
 #include "automation/convert.h"
 #include "command.h"
-#include "component/tovcomprtv3.h"
+#include "component/types.h"
+#include "component_host.h"
 #include "event_printer.h"
 
 namespace tovport_cli {
@@ -24,22 +25,22 @@ std::int16_t parsePort(const std::string& text) {
 int runSend(const HostOptions& options, const std::vector<std::string>& args) {
   if (args.size() != 2) throw UsageError("send takes a PORT and a TEXT");
   std::int16_t port = parsePort(args[0]);
-  auto component = tov::tovComPrtv3::create();
+  auto component = createComponent();
   auto printer = EventPrinter::connect(*component, std::cout, options.json, isExchangeEnd);
 
-  if (!isTrue(component->VBOpenPort(port))) {
+  if (!isTrue(toBool(callByName(*component, u"VBOpenPort", {Variant::byRef(&port)})))) {
     BStr error;
-    component->VBCommGetError(error);
+    callByName(*component, u"VBCommGetError", {Variant::byRef(&error)});
     std::cerr << "tovport: COM" << port << " did not open: " << toUtf8(error);
     printer->disconnect();
     return 1;
   }
   BStr message = fromUtf8(args[1]) + u"\r";
   VariantBool portOpen = VariantBool::True;
-  component->SendMessage(port, message, portOpen);
+  callByName(*component, u"SendMessage", {Variant::byRef(&port), Variant::byRef(&message), Variant::byRef(&portOpen)});
   const bool ended = printer->awaitEnd(options.timeoutSeconds);
-  component->VBStopTimer(port);
-  component->VBClosePort(port);
+  callByName(*component, u"VBStopTimer", {port});
+  callByName(*component, u"VBClosePort", {port});
   printer->disconnect();
   if (!ended) {
     std::cerr << "tovport: no answer and no timeout from COM" << port << " within " << options.timeoutSeconds

@@ -8,7 +8,7 @@
 #include "component/guids.h"
 #include "component/tovcomprtv3.h"
 #include "component/type_library.h"
-#include "platform/message_queue.h"
+#include "component_host.h"
 #include "value_text.h"
 
 namespace tovport_cli {
@@ -84,10 +84,9 @@ bool isEndMark(const HostEvent& event) {
 
 bool isExchangeEnd(const HostEvent& event) { return event.id == 1 || event.id == 2; }
 
-Ref<EventPrinter> EventPrinter::connect(tov::tovComPrtv3& component, std::ostream& out, bool json, EndTest ends) {
+Ref<EventPrinter> EventPrinter::connect(IDispatch& component, std::ostream& out, bool json, EndTest ends) {
   Ref<EventPrinter> printer(new EventPrinter(out, json, std::move(ends)));
-  IDispatch& source = component;
-  if (advise(source, tov::DIID___tovComPrtv3, *printer, &printer->cookie_) == S_OK) printer->source_ = &source;
+  if (advise(component, tov::DIID___tovComPrtv3, *printer, &printer->cookie_) == S_OK) printer->source_ = &component;
   return printer;
 }
 
@@ -98,23 +97,16 @@ void EventPrinter::disconnect() {
 
 bool EventPrinter::awaitEnd(int timeoutSeconds) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
-  auto queue = tov::platform::MessageQueue::current();
-  while (!ended_ && std::chrono::steady_clock::now() < end) {
-    queue->wait(100);
-    tov::platform::PumpMessages();
-  }
+  while (!ended_ && std::chrono::steady_clock::now() < end) pumpMessages(100);
   // What is already queued still belongs to this thread's turn, and a timer left running would
   // tick within its longest period (300 ms): the host sees whatever comes after the end mark.
-  for (int turn = 0; ended_ && turn < 3 && (queue->hasWaiting() || queue->timerCount() > 0); ++turn) {
-    queue->wait(100);
-    tov::platform::PumpMessages();
-  }
+  for (int turn = 0; ended_ && turn < 3 && messagesPending(); ++turn) pumpMessages(100);
   return ended_;
 }
 
-int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request,
+int runRequest(const HostOptions& options, const std::function<VariantBool(IDispatch&)>& request,
                const RequestFinished& finished) {
-  auto component = tov::tovComPrtv3::create();
+  auto component = createComponent();
   auto printer = EventPrinter::connect(*component, std::cout, options.json);
   struct Disconnect {
     EventPrinter& printer;
@@ -130,7 +122,7 @@ int runRequest(const HostOptions& options, const std::function<VariantBool(tov::
     if (finished) finished(*component, printer->events());
     return 0;
   }
-  component->KillThreads();
+  callByName(*component, u"KillThreads", {});
   std::cerr << "tovport: the request did not finish within " << options.timeoutSeconds
             << " s; every worker was stopped\n";
   return 3;

@@ -13,10 +13,6 @@
 #include "automation/variant.h"
 #include "command.h"
 
-namespace tov {
-class tovComPrtv3;
-}
-
 namespace tovport_cli {
 
 using tov::automation::VariantBool;
@@ -46,7 +42,7 @@ using EndTest = std::function<bool(const HostEvent&)>;
 class EventPrinter final : public tov::automation::EventSink {
  public:
   // Connected to component's events until disconnect(); elapsed times count from the connection.
-  static tov::automation::Ref<EventPrinter> connect(tov::tovComPrtv3& component, std::ostream& out, bool json,
+  static tov::automation::Ref<EventPrinter> connect(tov::automation::IDispatch& component, std::ostream& out, bool json,
                                                     EndTest ends = isEndMark);
   void disconnect();
 
@@ -76,8 +72,8 @@ class EventPrinter final : public tov::automation::EventSink {
 // to stdout, makes the call, then pumps until the end mark. Returns the exit code: 0 after the end
 // mark, 1 when the request was refused, 3 (after KillThreads) when no end mark came in time.
 // finished, when given, runs after the end mark with the component and every event received.
-using RequestFinished = std::function<void(tov::tovComPrtv3&, const std::vector<HostEvent>&)>;
-int runRequest(const HostOptions& options, const std::function<VariantBool(tov::tovComPrtv3&)>& request,
+using RequestFinished = std::function<void(tov::automation::IDispatch&, const std::vector<HostEvent>&)>;
+int runRequest(const HostOptions& options, const std::function<VariantBool(tov::automation::IDispatch&)>& request,
                const RequestFinished& finished = {});
 
 }  // namespace tovport_cli

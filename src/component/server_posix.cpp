@@ -1,13 +1,13 @@
 #include "component/server.h"
 
-#include <dlfcn.h>
-
 #include <string>
 #include <vector>
 
 #include "automation/class_factory.h"
 #include "component/guids.h"
+#include "component/registration.h"
 #include "component/tovcomprtv3.h"
+#include "platform/module_path.h"
 #include "platform/registry.h"
 
 namespace tov {
@@ -16,55 +16,7 @@ namespace {
 using namespace automation;
 using platform::HKEY_CLASSES_ROOT;
 
-constexpr const char* kProgId = "tovport.tovComPrtv3";
-// The standard marshaller of automation interfaces.
-constexpr const char* kPSOAInterface = "{00020424-0000-0000-C000-000000000046}";
-
-std::string modulePath() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<void*>(&DllRegisterServer), &info) && info.dli_fname) return info.dli_fname;
-  return "libtovport.so";
-}
-
-struct RegEntry {
-  std::string key;    // below HKEY_CLASSES_ROOT
-  std::string name;   // "" = the default value
-  std::string value;
-};
-
-// Everything registration writes, one row per value.
-std::vector<RegEntry> registrationEntries() {
-  const std::string clsid = toString(CLSID_tovComPrtv3);
-  const std::string libid = toString(LIBID_tovport);
-  const std::string module = modulePath();
-  std::vector<RegEntry> entries = {
-      {kProgId, "", "tovComPrtv3"},
-      {std::string(kProgId) + "\\CLSID", "", clsid},
-      {"CLSID\\" + clsid, "", "tovComPrtv3"},
-      {"CLSID\\" + clsid + "\\InprocServer32", "", module},
-      {"CLSID\\" + clsid + "\\InprocServer32", "ThreadingModel", "Apartment"},
-      {"CLSID\\" + clsid + "\\ProgID", "", kProgId},
-      {"CLSID\\" + clsid + "\\TypeLib", "", libid},
-      {"CLSID\\" + clsid + "\\VERSION", "", "2.7"},
-      {"TypeLib\\" + libid + "\\2.7", "", "tovport"},
-      {"TypeLib\\" + libid + "\\2.7\\0\\win32", "", module},
-      {"TypeLib\\" + libid + "\\2.7\\FLAGS", "", "0"},
-  };
-  for (const auto& [iid, name] : {std::pair{IID__tovComPrtv3, "_tovComPrtv3"}, {DIID___tovComPrtv3, "__tovComPrtv3"}}) {
-    const std::string key = "Interface\\" + toString(iid);
-    entries.push_back({key, "", name});
-    entries.push_back({key + "\\ProxyStubClsid32", "", kPSOAInterface});
-    entries.push_back({key + "\\TypeLib", "", libid});
-    entries.push_back({key + "\\TypeLib", "Version", "2.7"});
-  }
-  return entries;
-}
-
-// The keys registration owns: removing them removes every entry above.
-std::vector<std::string> ownedKeys() {
-  return {kProgId, "CLSID\\" + toString(CLSID_tovComPrtv3), "TypeLib\\" + toString(LIBID_tovport),
-          "Interface\\" + toString(IID__tovComPrtv3), "Interface\\" + toString(DIID___tovComPrtv3)};
-}
+std::string modulePath() { return platform::modulePathOf(reinterpret_cast<const void*>(&DllRegisterServer)); }
 
 // Parents that registration may have had to create; removed again only when left empty.
 const char* const kSharedParents[] = {"CLSID", "TypeLib", "Interface"};
@@ -86,7 +38,7 @@ using namespace tov;
 using namespace tov::automation;
 
 HRESULT DllRegisterServer() {
-  for (const auto& e : registrationEntries()) {
+  for (const auto& e : registrationEntries(modulePath(), "win32")) {
     platform::HKEY key = 0;
     if (platform::RegCreateKeyExA(platform::HKEY_CLASSES_ROOT, e.key.c_str(), &key) != 0) return SELFREG_E_CLASS;
     const auto* data = reinterpret_cast<const platform::BYTE*>(e.value.c_str());

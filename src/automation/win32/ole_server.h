@@ -1,0 +1,35 @@
+// A component object served to OLE hosts: the real IDispatch (calls by name with VARIANT, BSTR,
+// SAFEARRAY and by-reference arguments, errors in EXCEPINFO), the connection point of its event
+// interface delivering events to a host's IDispatch sink, IProvideClassInfo for script hosts that
+// bind events, and the class factory. Everything runs on the apartment (the thread) that created
+// the object; calls only change representation here and go on to the runtime's own object.
+//
+// Include after every header of the component (see ole_values.h).
+#pragma once
+
+#include <functional>
+
+#include "automation/com.h"
+#include "automation/idispatch.h"
+#include "automation/win32/ole_values.h"
+
+#include <ocidl.h>
+
+namespace tov::automation::ole {
+
+// What a served object tells hosts about its class; typeLibrary may be null (no type
+// information then).
+struct ClassInfo {
+  GUID clsid;
+  GUID iid;        // the default interface, described in the type library
+  GUID eventIid;   // the event interface, offered as a connection point
+  ITypeLib* typeLibrary = nullptr;
+};
+
+// The object wrapping inner, with one reference for the caller (released through Release()).
+::IDispatch* serve(Ref<IDispatch> inner, const ClassInfo& info);
+
+// A class factory whose CreateInstance calls create (which returns a served object).
+::IClassFactory* classFactory(std::function<::IDispatch*()> create);
+
+}  // namespace tov::automation::ole
