@@ -7,9 +7,9 @@
 #include <string>
 
 #include "discovery/port_table.h"
-#include "platform/os_version.h"
-#include "platform/reg_file.h"
-#include "platform/registry.h"
+#include <tovport/platform/os_version.h>
+#include <tovport/platform/reg_file.h>
+#include <tovport/platform/registry.h>
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include "component/mod_public.h"
-#include "component/tovcomprtv3.h"
-#include "platform/serial_posix.h"
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/serial_posix.h>
 
 namespace {
 

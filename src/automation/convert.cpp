@@ -1,11 +1,11 @@
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <optional>
 
-#include "automation/runtime_error.h"
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::automation {
 namespace {

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "automation/class_factory.h"
-#include "component/guids.h"
-#include "component/tovcomprtv3.h"
-#include "platform/registry.h"
+#include <tovport/component/guids.h>
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/registry.h>
 
 namespace tov {
 namespace {
@@ -20,10 +20,10 @@ constexpr const char* kProgId = "tovport.tovComPrtv3";
 // The standard marshaller of automation interfaces.
 constexpr const char* kPSOAInterface = "{00020424-0000-0000-C000-000000000046}";
 
-std::string modulePath() {
+std::string modulePath(const void* moduleAddress) {
   Dl_info info{};
-  if (dladdr(reinterpret_cast<void*>(&DllRegisterServer), &info) && info.dli_fname) return info.dli_fname;
-  return "libtovport.so";
+  if (dladdr(moduleAddress, &info) && info.dli_fname) return info.dli_fname;
+  return "libtovport_server.so";
 }
 
 struct RegEntry {
@@ -33,10 +33,9 @@ struct RegEntry {
 };
 
 // Everything registration writes, one row per value.
-std::vector<RegEntry> registrationEntries() {
+std::vector<RegEntry> registrationEntries(const std::string& module) {
   const std::string clsid = toString(CLSID_tovComPrtv3);
   const std::string libid = toString(LIBID_tovport);
-  const std::string module = modulePath();
   std::vector<RegEntry> entries = {
       {kProgId, "", "tovComPrtv3"},
       {std::string(kProgId) + "\\CLSID", "", clsid},
@@ -80,13 +79,11 @@ bool isEmptyKey(const char* path) {
 }
 
 }  // namespace
-}  // namespace tov
 
-using namespace tov;
-using namespace tov::automation;
+namespace server {
 
-HRESULT DllRegisterServer() {
-  for (const auto& e : registrationEntries()) {
+HRESULT registerServer(const void* moduleAddress) {
+  for (const auto& e : registrationEntries(modulePath(moduleAddress))) {
     platform::HKEY key = 0;
     if (platform::RegCreateKeyExA(platform::HKEY_CLASSES_ROOT, e.key.c_str(), &key) != 0) return SELFREG_E_CLASS;
     const auto* data = reinterpret_cast<const platform::BYTE*>(e.value.c_str());
@@ -98,14 +95,14 @@ HRESULT DllRegisterServer() {
   return S_OK;
 }
 
-HRESULT DllUnregisterServer() {
+HRESULT unregisterServer() {
   for (const auto& key : ownedKeys()) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, key.c_str());
   for (const char* parent : kSharedParents)
     if (isEmptyKey(parent)) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, parent);
   return S_OK;
 }
 
-HRESULT DllGetClassObject(const GUID* clsid, const GUID* iid, void** out) {
+HRESULT getClassObject(const GUID* clsid, const GUID* iid, void** out) {
   if (!clsid || !iid || !out) return E_POINTER;
   *out = nullptr;
   if (*clsid != CLSID_tovComPrtv3) return CLASS_E_CLASSNOTAVAILABLE;
@@ -114,4 +111,7 @@ HRESULT DllGetClassObject(const GUID* clsid, const GUID* iid, void** out) {
   return factory->QueryInterface(*iid, out);
 }
 
-HRESULT DllCanUnloadNow() { return ServerLifetime::objects() == 0 && ServerLifetime::locks() == 0 ? S_OK : S_FALSE; }
+HRESULT canUnloadNow() { return ServerLifetime::objects() == 0 && ServerLifetime::locks() == 0 ? S_OK : S_FALSE; }
+
+}  // namespace server
+}  // namespace tov

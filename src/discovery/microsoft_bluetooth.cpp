@@ -3,7 +3,7 @@
 // instances that the enabled service entries of each paired device lead to.
 #include <functional>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/enumerators.h"
 #include "discovery/port_table.h"
 #include "discovery/registry_walk.h"

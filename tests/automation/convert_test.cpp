@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "automation/convert.h"
-#include "automation/runtime_error.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/runtime_error.h>
 #include "support/runtime_errors.h"
 
 namespace tov::automation {

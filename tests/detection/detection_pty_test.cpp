@@ -14,8 +14,8 @@
 
 #include "component/mod_public.h"
 #include "discovery/port_table.h"
-#include "platform/message_queue.h"
-#include "platform/serial_posix.h"
+#include <tovport/platform/message_queue.h>
+#include <tovport/platform/serial_posix.h>
 #include "support/event_recorder.h"
 
 namespace tov::testing {

@@ -3,8 +3,8 @@
 #include <iostream>
 #include <map>
 
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "demo_pc.h"
 #include "discovery/port_table.h"
 #include "event_printer.h"

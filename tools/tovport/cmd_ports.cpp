@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <iostream>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "command.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "component/type_library.h"
 #include "discovery/port_table.h"
 #include "value_text.h"

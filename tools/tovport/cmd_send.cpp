@@ -1,9 +1,9 @@
 // tovport send PORT TEXT: one free-form exchange with the device on a COM port.
 #include <iostream>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "command.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "event_printer.h"
 
 namespace tovport_cli {

@@ -1,9 +1,9 @@
 #include "host_platform.h"
 
-#include "platform/os_version.h"
-#include "platform/reg_file.h"
-#include "platform/registry.h"
-#include "platform/serial_posix.h"
+#include <tovport/platform/os_version.h>
+#include <tovport/platform/reg_file.h>
+#include <tovport/platform/registry.h>
+#include <tovport/platform/serial_posix.h>
 
 namespace tovport_cli {
 
