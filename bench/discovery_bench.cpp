@@ -18,7 +18,7 @@ using tov::platform::Registry;
 constexpr std::size_t kGeneratedKeys = 20000;
 
 std::string fixturePath(const char* name) {
-  return (std::filesystem::path(__FILE__).parent_path() / ".." / "tests" / "fixtures" / name).string();
+  return (std::filesystem::path(TOVPORT_FIXTURES) / name).string();
 }
 
 std::string com(int port) { return "COM" + std::to_string(port); }
