@@ -11,9 +11,9 @@
 #include <string>
 
 #include "discovery/port_table.h"
-#include "platform/os_version.h"
-#include "platform/reg_file.h"
-#include "platform/registry.h"
+#include <tovport/platform/os_version.h>
+#include <tovport/platform/reg_file.h>
+#include <tovport/platform/registry.h>
 
 namespace {
 
@@ -22,7 +22,7 @@ using tov::platform::Registry;
 constexpr std::size_t kGeneratedKeys = 20000;
 
 std::string fixturePath(const char* name) {
-  return (std::filesystem::path(__FILE__).parent_path() / ".." / "tests" / "fixtures" / name).string();
+  return (std::filesystem::path(TOVPORT_FIXTURES) / name).string();
 }
 
 std::string com(int port) { return "COM" + std::to_string(port); }

@@ -1,17 +1,18 @@
-# cmake --install: the C++ library and its headers, the in-process server, the generated IDL,
-# the executables, a CMake package (find_package(tovport)) and a pkg-config file.
+# cmake --install: libtovport (static and shared) with its public headers (include/tovport/), the
+# in-process server module, the generated IDL, the executables, a CMake package
+# (find_package(tovport)) and a pkg-config file; both packages work from wherever the tree is moved.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS tovport_static EXPORT tovportTargets
+install(TARGETS ${TOVPORT_LIBRARIES} EXPORT tovportTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tovport)
-install(TARGETS tovport LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS tovport_server LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS tovport-cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(TARGET tovport-phone)
   install(TARGETS tovport-phone RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tovport
-  FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tovport DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES ${PROJECT_BINARY_DIR}/tovport.idl DESTINATION ${CMAKE_INSTALL_DATADIR}/tovport)
 
 install(EXPORT tovportTargets NAMESPACE tovport:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tovport)
@@ -27,16 +28,20 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tovportConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/tovportConfig.cmake ${PROJECT_BINARY_DIR}/tovportConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tovport)
 
+# The prefix is found from the .pc file's own place, so a moved tree still resolves.
+file(RELATIVE_PATH TOVPORT_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" TOVPORT_PC_TO_PREFIX "${TOVPORT_PC_TO_PREFIX}")
 file(WRITE ${PROJECT_BINARY_DIR}/tovport.pc.in [=[
-prefix=@CMAKE_INSTALL_PREFIX@
+prefix=${pcfiledir}/@TOVPORT_PC_TO_PREFIX@
 libdir=${prefix}/@CMAKE_INSTALL_LIBDIR@
-includedir=${prefix}/@CMAKE_INSTALL_INCLUDEDIR@/tovport
+includedir=${prefix}/@CMAKE_INSTALL_INCLUDEDIR@
 
 Name: tovport
 Description: Finds the mobile phones attached to a PC (tovComPrtv3 automation component)
 Version: @PROJECT_VERSION@
 Cflags: -I${includedir} -std=c++20
-Libs: ${libdir}/libtovport.a -pthread
+Libs: -L${libdir} -ltovport
+Libs.private: -pthread
 ]=])
 configure_file(${PROJECT_BINARY_DIR}/tovport.pc.in ${PROJECT_BINARY_DIR}/tovport.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tovport.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

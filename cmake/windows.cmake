@@ -25,7 +25,8 @@ list(FILTER TOVPORT_CLI_SOURCES EXCLUDE REGEX "(_posix|/cmd_demo|/demo_pc)\\.cpp
 add_executable(tovport-cli ${TOVPORT_CLI_SOURCES})
 set_target_properties(tovport-cli PROPERTIES OUTPUT_NAME tovport)
 target_compile_options(tovport-cli PRIVATE ${TOVPORT_WARNINGS})
-target_link_libraries(tovport-cli PRIVATE tovport_static)
+target_link_libraries(tovport-cli PRIVATE tovport_static tovport_internals)
+target_compile_definitions(tovport-cli PRIVATE TOVPORT_VERSION="${PROJECT_VERSION}")
 target_link_options(tovport-cli PRIVATE ${TOVPORT_STATIC_RUNTIME})
 
 option(TOVPORT_WINDOWS_TESTS "Build the unit tests as a Windows program (run under Wine)" ON)

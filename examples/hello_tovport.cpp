@@ -2,12 +2,7 @@
 // event sink connected to the component's events.
 #include <iostream>
 
-#include "automation/connection_point.h"
-#include "automation/convert.h"
-#include "automation/dispatch.h"
-#include "automation/dispatch_object.h"
-#include "component/guids.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/tovport.h>
 
 using namespace tov;
 using namespace tov::automation;

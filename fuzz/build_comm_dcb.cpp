@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 using namespace tov::platform;
 

@@ -1,6 +1,6 @@
 // Feeds arbitrary bytes to the .reg loader: a malformed file may only end in RegFileError, and
 // whatever loads must dump to a REGEDIT4 text that loads back as the same tree.
-#include "platform/reg_file.h"
+#include <tovport/platform/reg_file.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,20 +1,11 @@
-// The class factory of the in-process server.
+// The class factory of the in-process server (IClassFactory itself is in com.h, for hosts).
 #pragma once
 
 #include <functional>
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
 namespace tov::automation {
-
-class IClassFactory : public IUnknown {
- public:
-  virtual HRESULT CreateInstance(IUnknown* outer, const GUID& iid, void** out) = 0;
-  virtual HRESULT LockServer(bool lock) = 0;
-
- protected:
-  ~IClassFactory() = default;
-};
 
 // Creates objects with create() and hands out the interface asked for.
 class ClassFactory final : public IClassFactory, public RefCounted {

@@ -1,4 +1,4 @@
-#include "automation/connection_point.h"
+#include <tovport/automation/connection_point.h>
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 
 #include <algorithm>
 #include <charconv>
@@ -10,7 +10,7 @@
 #include <limits>
 #include <optional>
 
-#include "automation/runtime_error.h"
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::automation {
 namespace {

@@ -1,4 +1,4 @@
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
 namespace tov::automation {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "automation/interface_model.h"
+#include <tovport/automation/interface_model.h>
 
 namespace tov::automation {
 

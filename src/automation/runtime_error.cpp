@@ -1,4 +1,4 @@
-#include "automation/runtime_error.h"
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::automation {
 

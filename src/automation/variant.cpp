@@ -1,7 +1,7 @@
-#include "automation/variant.h"
+#include <tovport/automation/variant.h>
 
-#include "automation/convert.h"
-#include "automation/runtime_error.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::automation {
 

@@ -1,7 +1,7 @@
 // The interface of tovComPrtv3, once: every method of _tovComPrtv3 in interface order with its
 // DISPID, parameters and defaults, bound to the member it calls; and the events of __tovComPrtv3.
 // Dispatch by name and the generated IDL both read these tables.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov {
 

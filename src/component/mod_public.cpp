@@ -1,7 +1,7 @@
 #include "component/mod_public.h"
 
 #include "component/debug_log.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov {
 namespace {

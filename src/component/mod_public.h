@@ -1,7 +1,7 @@
 // Module state of the apartment (the thread): the instance created last on it.
 #pragma once
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
 namespace tov {
 

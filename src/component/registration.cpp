@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "component/guids.h"
+#include <tovport/component/guids.h>
 
 namespace tov {
 

@@ -1,13 +1,18 @@
-// The in-process server: the four entry points a host (or the system) uses to register the
-// component and to create its objects. These are the only symbols libtovport.so exports.
+// The in-process server's work behind its four entry points (DllRegisterServer,
+// DllUnregisterServer, DllGetClassObject, DllCanUnloadNow). The entry points themselves live in
+// the server module (server/), which exports nothing else; the work lives here, in the library,
+// so that the module and its host share one platform.
 #pragma once
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
-#define TOVPORT_EXPORT extern "C" __attribute__((visibility("default")))
+namespace tov::server {
 
-TOVPORT_EXPORT tov::automation::HRESULT DllRegisterServer();
-TOVPORT_EXPORT tov::automation::HRESULT DllUnregisterServer();
-TOVPORT_EXPORT tov::automation::HRESULT DllGetClassObject(const tov::automation::GUID* clsid,
-                                                          const tov::automation::GUID* iid, void** out);
-TOVPORT_EXPORT tov::automation::HRESULT DllCanUnloadNow();
+// Registers the class, its type library and interfaces, naming the module that holds
+// moduleAddress as the in-process server.
+automation::HRESULT registerServer(const void* moduleAddress);
+automation::HRESULT unregisterServer();
+automation::HRESULT getClassObject(const automation::GUID* clsid, const automation::GUID* iid, void** out);
+automation::HRESULT canUnloadNow();
+
+}  // namespace tov::server

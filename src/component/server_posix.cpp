@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "automation/class_factory.h"
-#include "component/guids.h"
+#include <tovport/component/guids.h>
 #include "component/registration.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/module_path.h"
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 
 namespace tov {
 namespace {
@@ -16,7 +16,6 @@ namespace {
 using namespace automation;
 using platform::HKEY_CLASSES_ROOT;
 
-std::string modulePath() { return platform::modulePathOf(reinterpret_cast<const void*>(&DllRegisterServer)); }
 
 // Parents that registration may have had to create; removed again only when left empty.
 const char* const kSharedParents[] = {"CLSID", "TypeLib", "Interface"};
@@ -32,13 +31,11 @@ bool isEmptyKey(const char* path) {
 }
 
 }  // namespace
-}  // namespace tov
 
-using namespace tov;
-using namespace tov::automation;
+namespace server {
 
-HRESULT DllRegisterServer() {
-  for (const auto& e : registrationEntries(modulePath(), "win32")) {
+HRESULT registerServer(const void* moduleAddress) {
+  for (const auto& e : registrationEntries(platform::modulePathOf(moduleAddress), "win32")) {
     platform::HKEY key = 0;
     if (platform::RegCreateKeyExA(platform::HKEY_CLASSES_ROOT, e.key.c_str(), &key) != 0) return SELFREG_E_CLASS;
     const auto* data = reinterpret_cast<const platform::BYTE*>(e.value.c_str());
@@ -50,14 +47,14 @@ HRESULT DllRegisterServer() {
   return S_OK;
 }
 
-HRESULT DllUnregisterServer() {
+HRESULT unregisterServer() {
   for (const auto& key : ownedKeys()) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, key.c_str());
   for (const char* parent : kSharedParents)
     if (isEmptyKey(parent)) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, parent);
   return S_OK;
 }
 
-HRESULT DllGetClassObject(const GUID* clsid, const GUID* iid, void** out) {
+HRESULT getClassObject(const GUID* clsid, const GUID* iid, void** out) {
   if (!clsid || !iid || !out) return E_POINTER;
   *out = nullptr;
   if (*clsid != CLSID_tovComPrtv3) return CLASS_E_CLASSNOTAVAILABLE;
@@ -66,4 +63,7 @@ HRESULT DllGetClassObject(const GUID* clsid, const GUID* iid, void** out) {
   return factory->QueryInterface(*iid, out);
 }
 
-HRESULT DllCanUnloadNow() { return ServerLifetime::objects() == 0 && ServerLifetime::locks() == 0 ? S_OK : S_FALSE; }
+HRESULT canUnloadNow() { return ServerLifetime::objects() == 0 && ServerLifetime::locks() == 0 ? S_OK : S_FALSE; }
+
+}  // namespace server
+}  // namespace tov

@@ -1,10 +1,10 @@
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 #include "component/debug_log.h"
-#include "component/guids.h"
+#include <tovport/component/guids.h>
 #include "component/mod_public.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 #include "threads/apartment_call.h"
 
 namespace tov {

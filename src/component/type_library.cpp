@@ -1,7 +1,7 @@
 #include "component/type_library.h"
 
-#include "component/guids.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/guids.h>
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov {
 namespace {

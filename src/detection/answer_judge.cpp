@@ -1,7 +1,7 @@
 // Judging the complete answers of a detection: the maker answer to "AT+CGMI" and the model
 // answer to "AT+CGMM".
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/model_table.h"
 
 namespace tov {

@@ -1,6 +1,6 @@
 // Where a tick's chunk or timeout goes: to the free-form exchange while one runs (MessageMode,
 // shared by every port of the instance), otherwise to the detection dialogue.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/link_support.h"
 
 namespace tov {

@@ -2,10 +2,10 @@
 // port's deadline and timer, whose ticks then collect the answer.
 #include <algorithm>
 
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/link_support.h"
 #include "platform/last_error.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 namespace tov {
 

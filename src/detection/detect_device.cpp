@@ -1,10 +1,10 @@
 // Starting a detection on one port: open it, check that the phone is ready and send "AT+CGMI".
 // The rest of the dialogue runs in the port's timer ticks.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/link_support.h"
 #include "platform/clock.h"
 #include "platform/last_error.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 namespace tov {
 

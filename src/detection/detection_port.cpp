@@ -1,6 +1,6 @@
 // Opening and closing a port for the AT dialogue: 57600 baud, 8N1, with RTS and DTR raised so
 // that the phone listens (USB passive ports use XON/XOFF and keep the lines as the driver set them).
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/link_support.h"
 
 namespace tov {

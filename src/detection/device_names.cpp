@@ -1,6 +1,6 @@
 // Display names of the DeviceType codes, as the DeviceDetected event carries them.
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov {
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "automation/convert.h"
-#include "automation/runtime_error.h"
-#include "component/types.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/runtime_error.h>
+#include <tovport/component/types.h>
 
 namespace tov::detection {
 

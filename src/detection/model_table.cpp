@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 
 namespace tov::detection {
 

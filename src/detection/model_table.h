@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-#include "component/types.h"
+#include <tovport/component/types.h>
 
 namespace tov::detection {
 

@@ -1,7 +1,7 @@
 // The port test: can the port be opened at all? The answer goes out as PortAvailable.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/link_support.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 namespace tov {
 

@@ -1,9 +1,9 @@
 // A free-form exchange of the host: its text goes out unchanged on an open port, and the first
 // answer (MsgReceived) or the 6-second deadline (MsgTimeout) ends it through the port's timer.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "detection/link_support.h"
 #include "platform/clock.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 namespace tov {
 

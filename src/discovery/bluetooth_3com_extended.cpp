@@ -1,6 +1,6 @@
 // Virtual COM ports of the 3Com Bluetooth stack and of the extended stack (service BTCOMM on the
 // NT family, enumerator XTND on 9x).
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/enumerators.h"
 #include "discovery/port_table.h"
 #include "discovery/registry_walk.h"

@@ -1,6 +1,6 @@
 // The component's public lookup of a port's kind.
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "discovery/port_table.h"
 
 namespace tov {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/enumerators.h"
 #include "discovery/port_table.h"
 #include "discovery/registry_walk.h"

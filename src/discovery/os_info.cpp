@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/os_version.h"
+#include <tovport/platform/os_version.h>
 
 namespace tov::discovery {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "component/debug_log.h"
 
 namespace tov::discovery {

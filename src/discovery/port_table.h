@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "automation/variant.h"
-#include "component/types.h"
+#include <tovport/automation/variant.h>
+#include <tovport/component/types.h>
 #include "discovery/reg_access.h"
 
 namespace tov::discovery {

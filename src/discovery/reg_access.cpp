@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/codepage.h"
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 
 namespace tov::discovery {
 namespace {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "automation/variant.h"
-#include "platform/win32.h"
+#include <tovport/automation/variant.h>
+#include <tovport/platform/win32.h>
 
 namespace tov::discovery {
 

@@ -1,5 +1,5 @@
 // Ports the system lists as serial devices, and the plain serial ports among them.
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/enumerators.h"
 #include "discovery/registry_walk.h"
 

@@ -1,6 +1,6 @@
 #include "discovery/registry_walk.h"
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/port_table.h"
 
 namespace tov::discovery {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "component/types.h"
+#include <tovport/component/types.h>
 #include "discovery/reg_access.h"
 
 namespace tov::discovery {

@@ -1,5 +1,5 @@
 // Virtual COM ports of USB devices: passive (Qualcomm modems) and active.
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/enumerators.h"
 #include "discovery/port_table.h"
 #include "discovery/registry_walk.h"

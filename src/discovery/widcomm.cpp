@@ -1,7 +1,7 @@
 // Virtual COM ports of the Widcomm Bluetooth stack: its applications list, and when no serial
 // application yielded a port, the system's list of serial devices (NT) or the stack's enumerator
 // key (9x).
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/enumerators.h"
 #include "discovery/registry_walk.h"
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 namespace tov::platform {
 namespace {

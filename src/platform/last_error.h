@@ -1,7 +1,7 @@
 // The calling thread's last system error code, as GetLastError reports it.
 #pragma once
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 

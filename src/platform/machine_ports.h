@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 
 namespace tov::platform {
 

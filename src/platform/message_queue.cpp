@@ -1,4 +1,4 @@
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 #include <algorithm>
 #include <atomic>

@@ -1,4 +1,4 @@
-#include "platform/phone_simulator.h"
+#include <tovport/platform/phone_simulator.h>
 
 #include <algorithm>
 #include <cctype>

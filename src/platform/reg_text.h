@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 
 namespace tov::platform {
 

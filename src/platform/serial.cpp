@@ -1,5 +1,5 @@
 // The handle layer: Win32-shaped calls over the open devices of the installed backend.
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 #include <atomic>
 #include <cctype>
@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "platform/last_error.h"
-#include "platform/serial_dcb.h"
+#include <tovport/platform/serial_dcb.h>
 
 namespace tov::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/serial_dcb.h"
+#include <tovport/platform/serial_dcb.h>
 
 namespace tov::platform {
 

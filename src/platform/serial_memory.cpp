@@ -1,4 +1,4 @@
-#include "platform/serial_memory.h"
+#include <tovport/platform/serial_memory.h>
 
 #include <algorithm>
 #include <climits>

@@ -1,4 +1,4 @@
-#include "platform/serial_posix.h"
+#include <tovport/platform/serial_posix.h>
 
 #include <fcntl.h>
 #include <linux/serial.h>
@@ -14,7 +14,7 @@
 #include <climits>
 #include <optional>
 
-#include "platform/serial_dcb.h"
+#include <tovport/platform/serial_dcb.h>
 #include "platform/serial_timeouts.h"
 
 namespace tov::platform {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 namespace tov::platform {
 namespace {

@@ -1,7 +1,7 @@
 // The requests for every port: a detection of each port the discovery finds testable
 // (DetectAllDevices) and a port test of all 32 ports (TestAllPorts).
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "discovery/enumerators.h"
 #include "discovery/port_table.h"
 #include "requests/request_support.h"

@@ -1,8 +1,8 @@
 // The four event raisers. The outcome raisers also close a port's part of a request: they clear
 // its pending flag, raise the end mark after the last pending port, and stop the port's timer
 // and worker.
-#include "component/tovcomprtv3.h"
-#include "platform/message_queue.h"
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/message_queue.h>
 #include "requests/request_support.h"
 
 namespace tov {

@@ -1,8 +1,8 @@
 // DetectDevicesFromList: a detection of the ports a ";"-separated list names.
 #include <vector>
 
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "discovery/port_table.h"
 #include "requests/request_support.h"
 

@@ -1,6 +1,6 @@
 #include "requests/request_support.h"
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 
 namespace tov::requests {
 

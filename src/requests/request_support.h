@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov::requests {
 

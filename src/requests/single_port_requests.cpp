@@ -1,5 +1,5 @@
 // The requests for one port: a detection (DetectDevice) and a port test (PortTest).
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "discovery/port_table.h"
 #include "requests/request_support.h"
 

@@ -1,7 +1,7 @@
 // The methods a worker calls back on the component, and the emergency stop of every worker.
-#include "automation/convert.h"
-#include "automation/dispatch.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/dispatch.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "requests/request_support.h"
 
 namespace tov {

@@ -4,11 +4,11 @@
 #include <string>
 #include <utility>
 
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/codepage.h"
 #include "platform/last_error.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 namespace tov {
 namespace {

@@ -1,6 +1,6 @@
 // Reading and setting the modem control lines of a port.
-#include "component/tovcomprtv3.h"
-#include "platform/serial.h"
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/serial.h>
 #include "serial/runtime_trap.h"
 
 namespace tov {

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/codepage.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 #include "serial/runtime_trap.h"
 
 namespace tov {

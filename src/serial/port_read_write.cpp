@@ -4,11 +4,11 @@
 #include <array>
 #include <string>
 
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/codepage.h"
 #include "platform/last_error.h"
-#include "platform/message_queue.h"
-#include "platform/serial.h"
+#include <tovport/platform/message_queue.h>
+#include <tovport/platform/serial.h>
 #include "serial/runtime_trap.h"
 
 namespace tov {

@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <functional>
 
-#include "automation/com.h"
-#include "automation/variant.h"
-#include "platform/message_queue.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/variant.h>
+#include <tovport/platform/message_queue.h>
 
 namespace tov::threads {
 

@@ -1,11 +1,11 @@
-#include "threads/thread_control.h"
+#include <tovport/threads/thread_control.h>
 
 #include <map>
 #include <memory>
 #include <mutex>
 
-#include "automation/runtime_error.h"
-#include "platform/message_queue.h"
+#include <tovport/automation/runtime_error.h>
+#include <tovport/platform/message_queue.h>
 #include "threads/worker_thread.h"
 
 namespace tov::threads {

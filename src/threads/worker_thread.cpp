@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "automation/dispatch.h"
-#include "automation/runtime_error.h"
+#include <tovport/automation/dispatch.h>
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::threads {
 

@@ -9,10 +9,10 @@
 #include <memory>
 #include <mutex>
 
-#include "automation/com.h"
-#include "automation/idispatch.h"
-#include "automation/variant.h"
-#include "platform/message_queue.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/idispatch.h>
+#include <tovport/automation/variant.h>
+#include <tovport/platform/message_queue.h>
 
 namespace tov::threads {
 

@@ -1,5 +1,5 @@
 // Per-port timeout length and deadline of the running command exchange.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "timers/whole_second_clock.h"
 
 namespace tov {

@@ -1,6 +1,6 @@
 // Starting and stopping a port's system timer.
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "timers/timer_procs.h"
 
 namespace tov {

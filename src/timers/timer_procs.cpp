@@ -3,11 +3,11 @@
 #include <array>
 #include <utility>
 
-#include "automation/convert.h"
-#include "automation/runtime_error.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/runtime_error.h>
 #include "component/debug_log.h"
 #include "component/mod_public.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov {
 namespace {

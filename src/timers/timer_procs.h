@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "automation/variant.h"
-#include "platform/message_queue.h"
+#include <tovport/automation/variant.h>
+#include <tovport/platform/message_queue.h>
 
 namespace tov {
 

@@ -1,8 +1,8 @@
 // One tick of a port's timer: report the timeout once the deadline has passed, otherwise poll
 // the port and hand what arrived to the dialogue.
-#include "automation/convert.h"
-#include "component/tovcomprtv3.h"
-#include "platform/message_queue.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/message_queue.h>
 #include "timers/whole_second_clock.h"
 
 namespace tov {

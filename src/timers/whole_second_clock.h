@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "automation/variant.h"
+#include <tovport/automation/variant.h>
 
 namespace tov::timers {
 

@@ -1,7 +1,8 @@
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 
 #include <gtest/gtest.h>
 
+#include <tovport/automation/runtime_error.h>
 #include "support/runtime_errors.h"
 
 namespace tov::automation {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "automation/dispatch.h"
-#include "automation/dispatch_object.h"
+#include <tovport/automation/dispatch.h>
+#include <tovport/automation/dispatch_object.h>
 
 namespace tov::automation {
 namespace {

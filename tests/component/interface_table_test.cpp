@@ -2,9 +2,9 @@
 
 #include <set>
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 #include "component/type_library.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov {
 namespace {

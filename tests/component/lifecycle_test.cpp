@@ -2,10 +2,10 @@
 
 #include <thread>
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 #include "component/debug_log.h"
 #include "component/mod_public.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "support/event_recorder.h"
 
 namespace tov {

@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
 #include "automation/class_factory.h"
-#include "automation/dispatch.h"
-#include "component/guids.h"
+#include <tovport/automation/dispatch.h>
+#include <tovport/component/guids.h>
 #include "component/mod_public.h"
 #include "component/server.h"
-#include "component/tovcomprtv3.h"
-#include "platform/registry.h"
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/registry.h>
 
 namespace tov {
 namespace {
@@ -15,17 +15,17 @@ using namespace automation;
 
 TEST(InProcessServer, ClassFactoryCreatesInstancesThatBecomeGComponent) {
   void* p = nullptr;
-  ASSERT_EQ(DllGetClassObject(&CLSID_tovComPrtv3, &IID_IClassFactory, &p), S_OK);
+  ASSERT_EQ(server::getClassObject(&CLSID_tovComPrtv3, &IID_IClassFactory, &p), S_OK);
   Ref<IClassFactory> factory(static_cast<IClassFactory*>(p), false);
   void* obj = nullptr;
   ASSERT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &obj), S_OK);
   Ref<IDispatch> component(static_cast<IDispatch*>(obj), false);
   EXPECT_EQ(static_cast<IDispatch*>(gComponent().get()), component.get());
   EXPECT_EQ(toBool(callByName(*component, u"IsPending", {})), VariantBool::False);
-  EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+  EXPECT_EQ(server::canUnloadNow(), S_FALSE);
   EXPECT_EQ(factory->CreateInstance(component.get(), IID_IDispatch, &obj), CLASS_E_NOAGGREGATION);
   const GUID other{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-  EXPECT_EQ(DllGetClassObject(&other, &IID_IClassFactory, &p), CLASS_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(server::getClassObject(&other, &IID_IClassFactory, &p), CLASS_E_CLASSNOTAVAILABLE);
   gComponent().reset();
 }
 
@@ -36,7 +36,7 @@ TEST(InProcessServer, RegistrationRoundTripLeavesTheRegistryAsItWas) {
   platform::ScopedRegistry scope(registry);
   const std::string before = registry.dump();
 
-  ASSERT_EQ(DllRegisterServer(), S_OK);
+  ASSERT_EQ(server::registerServer(reinterpret_cast<const void*>(&server::registerServer)), S_OK);
   const std::string clsid = "HKEY_CLASSES_ROOT\\CLSID\\" + toString(CLSID_tovComPrtv3);
   EXPECT_TRUE(registry.keyExists("HKEY_CLASSES_ROOT\\tovport.tovComPrtv3\\CLSID"));
   EXPECT_TRUE(registry.keyExists(clsid + "\\InprocServer32"));
@@ -45,7 +45,7 @@ TEST(InProcessServer, RegistrationRoundTripLeavesTheRegistryAsItWas) {
   EXPECT_TRUE(registry.keyExists("HKEY_CLASSES_ROOT\\Interface\\" + toString(DIID___tovComPrtv3)));
   EXPECT_NE(registry.dump().find("Apartment"), std::string::npos);
 
-  ASSERT_EQ(DllUnregisterServer(), S_OK);
+  ASSERT_EQ(server::unregisterServer(), S_OK);
   EXPECT_EQ(registry.dump(), before);
 }
 

@@ -5,7 +5,7 @@
 #include "component/debug_log.h"
 #include "component/mod_public.h"
 #include "discovery/port_table.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 namespace tov::testing {
 

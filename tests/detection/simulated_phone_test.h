@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/clock.h"
-#include "platform/registry.h"
-#include "platform/serial_memory.h"
+#include <tovport/platform/registry.h>
+#include <tovport/platform/serial_memory.h>
 #include "support/event_recorder.h"
 
 namespace tov::testing {

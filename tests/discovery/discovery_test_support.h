@@ -12,9 +12,9 @@
 
 #include "component/debug_log.h"
 #include "discovery/port_table.h"
-#include "platform/os_version.h"
-#include "platform/reg_file.h"
-#include "platform/registry.h"
+#include <tovport/platform/os_version.h>
+#include <tovport/platform/reg_file.h>
+#include <tovport/platform/registry.h>
 
 namespace tov::discovery::test {
 

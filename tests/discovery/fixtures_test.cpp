@@ -1,5 +1,5 @@
 // Whole discovery runs over the registries of realistic PCs.
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "discovery/discovery_test_support.h"
 #include "support/runtime_errors.h"
 

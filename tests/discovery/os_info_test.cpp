@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os_version.h"
+#include <tovport/platform/os_version.h>
 
 namespace tov::discovery {
 namespace {

@@ -2,7 +2,7 @@
 #include <array>
 #include <thread>
 
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "discovery/discovery_test_support.h"
 #include "support/runtime_errors.h"
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 
 namespace tov::discovery {
 namespace {

@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 namespace tov::platform {
 namespace {

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "platform/clock.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 
 namespace tov::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/os_version.h"
+#include <tovport/platform/os_version.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/clock.h"
-#include "platform/phone_simulator.h"
+#include <tovport/platform/phone_simulator.h>
 
 namespace tov::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 
 #include <gtest/gtest.h>
 

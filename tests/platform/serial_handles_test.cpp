@@ -4,8 +4,8 @@
 #include <set>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
-#include "platform/serial_memory.h"
+#include <tovport/platform/serial.h>
+#include <tovport/platform/serial_memory.h>
 
 namespace tov::platform {
 namespace {

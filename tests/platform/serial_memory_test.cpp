@@ -8,8 +8,8 @@
 
 #include "platform/clock.h"
 #include "platform/last_error.h"
-#include "platform/serial.h"
-#include "platform/serial_memory.h"
+#include <tovport/platform/serial.h>
+#include <tovport/platform/serial_memory.h>
 
 namespace tov::platform {
 namespace {

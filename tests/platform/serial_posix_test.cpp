@@ -14,8 +14,8 @@
 #include <thread>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
-#include "platform/serial_posix.h"
+#include <tovport/platform/serial.h>
+#include <tovport/platform/serial_posix.h>
 
 namespace tov::platform {
 namespace {

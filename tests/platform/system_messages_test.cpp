@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/last_error.h"
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 namespace tov::platform {
 namespace {

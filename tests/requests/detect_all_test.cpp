@@ -1,7 +1,7 @@
 // DetectAllDevices: every port the discovery, rerun for the request, finds testable.
 #include "discovery/port_table.h"
-#include "platform/os_version.h"
-#include "platform/reg_file.h"
+#include <tovport/platform/os_version.h>
+#include <tovport/platform/reg_file.h>
 #include "requests/request_test.h"
 
 namespace tov::testing {

@@ -1,9 +1,9 @@
 // Raising the outcome and message events, and what a handler may change through them.
 #include <gtest/gtest.h>
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 #include "component/mod_public.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "support/event_recorder.h"
 #include "support/runtime_errors.h"
 

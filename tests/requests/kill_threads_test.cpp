@@ -1,5 +1,5 @@
 // KillThreads: the host's emergency stop of every worker, and the worker entry points.
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 #include "requests/request_support.h"
 #include "requests/request_test.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <map>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/port_table.h"
 #include "requests/request_test.h"
 

@@ -4,9 +4,9 @@
 #include <chrono>
 #include <thread>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "discovery/port_table.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 #include "threads/worker_thread.h"
 
 namespace tov::testing {

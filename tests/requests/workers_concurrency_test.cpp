@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "component/mod_public.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 #include "requests/request_test.h"
 
 namespace tov::testing {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <tuple>
 
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 #include "serial/simulated_ports.h"
 
 namespace tov::serial_test {

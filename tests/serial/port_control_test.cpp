@@ -3,7 +3,7 @@
 
 #include <tuple>
 
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 #include "serial/simulated_ports.h"
 
 namespace tov::serial_test {

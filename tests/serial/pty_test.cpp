@@ -11,8 +11,8 @@
 #include <thread>
 
 #include "component/mod_public.h"
-#include "component/tovcomprtv3.h"
-#include "platform/serial_posix.h"
+#include <tovport/component/tovcomprtv3.h>
+#include <tovport/platform/serial_posix.h>
 
 namespace tov::serial_test {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 #include "serial/simulated_ports.h"
 
 namespace tov::serial_test {

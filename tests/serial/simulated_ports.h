@@ -11,10 +11,10 @@
 
 #include "component/debug_log.h"
 #include "component/mod_public.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/clock.h"
-#include "platform/message_queue.h"
-#include "platform/serial_memory.h"
+#include <tovport/platform/message_queue.h>
+#include <tovport/platform/serial_memory.h>
 
 namespace tov::serial_test {
 

@@ -1,7 +1,7 @@
 #include "support/event_recorder.h"
 
-#include "automation/convert.h"
-#include "component/guids.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/guids.h>
 
 namespace tov::testing {
 

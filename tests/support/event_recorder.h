@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "automation/connection_point.h"
-#include "automation/dispatch_object.h"
-#include "automation/variant.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/connection_point.h>
+#include <tovport/automation/dispatch_object.h>
+#include <tovport/automation/variant.h>
+#include <tovport/component/tovcomprtv3.h>
 
 namespace tov::testing {
 

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "automation/runtime_error.h"
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::testing {
 

@@ -3,7 +3,7 @@
 #include <future>
 #include <thread>
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 #include "requests/request_test.h"
 #include "threads/apartment_call.h"
 

@@ -5,11 +5,11 @@
 #include <functional>
 #include <thread>
 
-#include "automation/dispatch.h"
-#include "automation/dispatch_object.h"
-#include "platform/message_queue.h"
+#include <tovport/automation/dispatch.h>
+#include <tovport/automation/dispatch_object.h>
+#include <tovport/platform/message_queue.h>
 #include "support/runtime_errors.h"
-#include "threads/thread_control.h"
+#include <tovport/threads/thread_control.h>
 #include "threads/worker_thread.h"
 
 namespace tov::threads {

@@ -4,7 +4,7 @@
 
 #include "component/mod_public.h"
 #include "detection/simulated_phone_test.h"
-#include "platform/message_queue.h"
+#include <tovport/platform/message_queue.h>
 #include "support/runtime_errors.h"
 #include "timers/timer_procs.h"
 

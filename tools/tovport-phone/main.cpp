@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/phone_simulator.h"
+#include <tovport/platform/phone_simulator.h>
 
 namespace tovport_phone {
 namespace {

@@ -1,10 +1,10 @@
 // tovport call METHOD [ARG...]: one late-bound call on a new component.
 #include <iostream>
 
-#include "automation/convert.h"
-#include "automation/dispatch.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/dispatch.h>
 #include "command.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "component_host.h"
 #include "value_text.h"
 

@@ -3,8 +3,9 @@
 #include <iostream>
 #include <map>
 
-#include "automation/convert.h"
-#include "component/types.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/types.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "demo_pc.h"
 #include "discovery/port_table.h"
 #include "event_printer.h"

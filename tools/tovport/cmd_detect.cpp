@@ -2,8 +2,9 @@
 // port-test requests, each run to its end mark.
 #include <optional>
 
-#include "automation/convert.h"
-#include "component/types.h"
+#include <tovport/automation/convert.h>
+#include <tovport/component/types.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "event_printer.h"
 
 namespace tovport_cli {

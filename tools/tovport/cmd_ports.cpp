@@ -5,16 +5,17 @@
 #include <iostream>
 #include <map>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "command.h"
-#include "component/types.h"
+#include <tovport/component/types.h>
 #include "component_host.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "component/type_library.h"
 #include "discovery/port_table.h"
 #include "host_platform.h"
 #include "platform/machine_ports.h"
 #include "platform/posix/device_access.h"
-#include "platform/registry.h"
+#include <tovport/platform/registry.h>
 #include "value_text.h"
 
 namespace tovport_cli {

@@ -1,10 +1,11 @@
 // tovport send PORT TEXT: one free-form exchange with the device on a COM port.
 #include <iostream>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 #include "command.h"
-#include "component/types.h"
+#include <tovport/component/types.h>
 #include "component_host.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "event_printer.h"
 
 namespace tovport_cli {

@@ -3,7 +3,7 @@
 // created in-process; on Windows through COM by its ProgID.
 #pragma once
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 
 namespace tovport_cli {
 

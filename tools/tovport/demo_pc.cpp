@@ -1,10 +1,10 @@
 #include "demo_pc.h"
 
-#include "platform/os_version.h"
-#include "platform/phone_simulator.h"
-#include "platform/reg_file.h"
-#include "platform/registry.h"
-#include "platform/serial_memory.h"
+#include <tovport/platform/os_version.h>
+#include <tovport/platform/phone_simulator.h>
+#include <tovport/platform/reg_file.h>
+#include <tovport/platform/registry.h>
+#include <tovport/platform/serial_memory.h>
 
 namespace tovport_cli {
 namespace {

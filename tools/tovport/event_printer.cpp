@@ -3,12 +3,13 @@
 #include <cstdio>
 #include <iostream>
 
-#include "automation/connection_point.h"
-#include "automation/convert.h"
-#include "component/guids.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/connection_point.h>
+#include <tovport/automation/convert.h>
+#include <tovport/component/guids.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "component/type_library.h"
 #include "component_host.h"
+#include <tovport/platform/message_queue.h>
 #include "value_text.h"
 
 namespace tovport_cli {

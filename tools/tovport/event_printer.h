@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "automation/com.h"
-#include "automation/dispatch_object.h"
-#include "automation/variant.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/dispatch_object.h>
+#include <tovport/automation/variant.h>
 #include "command.h"
 
 namespace tovport_cli {

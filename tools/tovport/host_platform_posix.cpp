@@ -5,12 +5,12 @@
 #include <set>
 
 #include "platform/machine_ports.h"
-#include "platform/os_version.h"
+#include <tovport/platform/os_version.h>
 #include "platform/posix/device_access.h"
 #include "platform/posix/sysfs_serial.h"
-#include "platform/reg_file.h"
-#include "platform/registry.h"
-#include "platform/serial_posix.h"
+#include <tovport/platform/reg_file.h>
+#include <tovport/platform/registry.h>
+#include <tovport/platform/serial_posix.h>
 
 namespace tovport_cli {
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "automation/convert.h"
-#include "automation/dispatch.h"
-#include "automation/runtime_error.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/dispatch.h>
+#include <tovport/automation/runtime_error.h>
 #include "command.h"
 #include "host_platform.h"
 

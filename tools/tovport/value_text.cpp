@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "automation/convert.h"
+#include <tovport/automation/convert.h>
 
 namespace tovport_cli {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "automation/variant.h"
+#include <tovport/automation/variant.h>
 
 namespace tovport_cli {
 

@@ -6,8 +6,8 @@
 // Include after every header of the component (see ole_values.h).
 #pragma once
 
-#include "automation/com.h"
-#include "automation/idispatch.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/idispatch.h>
 #include "automation/win32/ole_values.h"
 
 namespace tov::automation::ole {

@@ -1,6 +1,6 @@
 #include "automation/win32/ole_server.h"
 
-#include "automation/connection_point.h"
+#include <tovport/automation/connection_point.h>
 #include "automation/win32/ole_client.h"
 
 namespace tov::automation::ole {

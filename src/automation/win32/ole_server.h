@@ -9,8 +9,8 @@
 
 #include <functional>
 
-#include "automation/com.h"
-#include "automation/idispatch.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/idispatch.h>
 #include "automation/win32/ole_values.h"
 
 #include <ocidl.h>

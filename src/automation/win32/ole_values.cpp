@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "automation/convert.h"
-#include "automation/runtime_error.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/runtime_error.h>
 
 namespace tov::automation::ole {
 namespace {

@@ -9,8 +9,8 @@
 
 #include <vector>
 
-#include "automation/dispatch.h"
-#include "automation/variant.h"
+#include <tovport/automation/dispatch.h>
+#include <tovport/automation/variant.h>
 
 #include <oaidl.h>
 #include <oleauto.h>

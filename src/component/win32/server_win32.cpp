@@ -1,9 +1,9 @@
 // The in-process server on Windows: registration in the system registry (the rows of
 // registration.h, with this DLL's path), and the class factory handing out tovComPrtv3 objects
 // served through real OLE Automation. The type library is a resource of this DLL (TYPELIB 1).
-#include "component/guids.h"
+#include <tovport/component/guids.h>
 #include "component/registration.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/component/tovcomprtv3.h>
 #include "platform/module_path.h"
 #include "automation/win32/ole_server.h"
 

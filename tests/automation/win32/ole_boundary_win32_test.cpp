@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "automation/dispatch_object.h"
-#include "component/guids.h"
-#include "component/tovcomprtv3.h"
+#include <tovport/automation/dispatch_object.h>
+#include <tovport/component/guids.h>
+#include <tovport/component/tovcomprtv3.h>
 #include "automation/win32/ole_client.h"
 #include "automation/win32/ole_server.h"
 

@@ -11,9 +11,9 @@
 
 #include "discovery/port_table.h"
 #include "platform/machine_ports.h"
-#include "platform/os_version.h"
+#include <tovport/platform/os_version.h>
 #include "platform/posix/sysfs_serial.h"
-#include "platform/reg_file.h"
+#include <tovport/platform/reg_file.h>
 
 namespace tov::platform {
 namespace {

@@ -16,8 +16,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/serial.h"
-#include "platform/serial_dcb.h"
+#include <tovport/platform/serial.h>
+#include <tovport/platform/serial_dcb.h>
 
 namespace tov::platform {
 

@@ -57,6 +57,16 @@ class IUnknown {
   ~IUnknown() = default;
 };
 
+// What DllGetClassObject hands out: creates the component's objects.
+class IClassFactory : public IUnknown {
+ public:
+  virtual HRESULT CreateInstance(IUnknown* outer, const GUID& iid, void** out) = 0;
+  virtual HRESULT LockServer(bool lock) = 0;
+
+ protected:
+  ~IClassFactory() = default;
+};
+
 // Holds one counted reference to an interface (or nothing).
 template <class T>
 class Ref {

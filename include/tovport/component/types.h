@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string_view>
 
-#include "automation/interface_model.h"
-#include "automation/runtime_error.h"
-#include "automation/variant.h"
-#include "platform/win32.h"
+#include <tovport/automation/interface_model.h>
+#include <tovport/automation/runtime_error.h>
+#include <tovport/automation/variant.h>
+#include <tovport/platform/win32.h>
 
 namespace tov {
 

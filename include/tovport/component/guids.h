@@ -1,7 +1,7 @@
 // The fixed identifiers of the type library, its class, interfaces, enums and records.
 #pragma once
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
 namespace tov {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "automation/convert.h"
-#include "automation/interface_model.h"
+#include <tovport/automation/convert.h>
+#include <tovport/automation/interface_model.h>
 
 namespace tov::automation {
 

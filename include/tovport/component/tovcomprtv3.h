@@ -12,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-#include "automation/connection_point.h"
-#include "automation/idispatch.h"
-#include "automation/interface_model.h"
-#include "component/types.h"
-#include "threads/thread_control.h"
+#include <tovport/automation/connection_point.h>
+#include <tovport/automation/idispatch.h>
+#include <tovport/automation/interface_model.h>
+#include <tovport/component/types.h>
+#include <tovport/threads/thread_control.h>
 
 namespace tov {
 

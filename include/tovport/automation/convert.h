@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "automation/variant.h"
+#include <tovport/automation/variant.h>
 
 namespace tov::automation {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
 namespace tov::automation {
 

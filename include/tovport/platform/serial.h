@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/serial_memory.h"
+#include <tovport/platform/serial_memory.h>
 
 namespace tov::platform {
 

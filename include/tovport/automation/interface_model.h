@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "automation/com.h"
-#include "automation/convert.h"
-#include "automation/runtime_error.h"
-#include "automation/variant.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/convert.h>
+#include <tovport/automation/runtime_error.h>
+#include <tovport/automation/variant.h>
 
 namespace tov::automation {
 

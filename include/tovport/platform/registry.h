@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 

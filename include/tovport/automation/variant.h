@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "automation/com.h"
-#include "automation/idispatch.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/idispatch.h>
 
 namespace tov::automation {
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "automation/com.h"
+#include <tovport/automation/com.h>
 
 namespace tov::automation {
 

@@ -2,9 +2,9 @@
 // the target's own thread, and is known under its name until it is ended.
 #pragma once
 
-#include "automation/com.h"
-#include "automation/idispatch.h"
-#include "automation/variant.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/idispatch.h>
+#include <tovport/automation/variant.h>
 
 namespace tov::threads {
 

@@ -6,9 +6,9 @@
 #include <mutex>
 #include <vector>
 
-#include "automation/com.h"
-#include "automation/idispatch.h"
-#include "automation/variant.h"
+#include <tovport/automation/com.h>
+#include <tovport/automation/idispatch.h>
+#include <tovport/automation/variant.h>
 
 namespace tov::automation {
 

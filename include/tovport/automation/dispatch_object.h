@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "automation/dispatch.h"
+#include <tovport/automation/dispatch.h>
 
 namespace tov::automation {
 

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/serial.h"
+#include <tovport/platform/serial.h>
 
 namespace tov::platform {
 

@@ -1,7 +1,7 @@
 // Rules about the device control block that hold for every serial backend.
 #pragma once
 
-#include "platform/win32.h"
+#include <tovport/platform/win32.h>
 
 namespace tov::platform {
 
