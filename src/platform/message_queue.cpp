@@ -1,27 +1,55 @@
 #include "platform/message_queue.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <limits>
 
 #include "platform/clock.h"
 #include "platform/last_error.h"
+#include "platform/message_queue_system.h"
 
 namespace tov::platform {
 namespace {
 
 // Closes the thread's queue when the thread ends, so that posts from elsewhere fail instead of
-// waiting forever for a pump that will not come.
+// waiting forever for a pump that will not come. The holder lives on the heap behind a
+// thread-specific key whose destructor receives it directly: a thread_local object with a
+// destructor is not safe at thread exit under mingw's emulated TLS, where its storage may be
+// freed before the destructor runs.
 struct ThreadQueue {
-  std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
-  ~ThreadQueue() { queue->close(); }
+  std::shared_ptr<MessageQueue> queue;
 };
+
+pthread_key_t threadQueueKey() {
+  static const pthread_key_t key = [] {
+    pthread_key_t k;
+    pthread_key_create(&k, [](void* holder) {
+      auto* h = static_cast<ThreadQueue*>(holder);
+      h->queue->close();
+      delete h;
+    });
+    return k;
+  }();
+  return key;
+}
 
 }  // namespace
 
+MessageQueue::MessageQueue() = default;
+MessageQueue::~MessageQueue() = default;
+
 std::shared_ptr<MessageQueue> MessageQueue::current() {
-  thread_local ThreadQueue holder;
-  return holder.queue;
+  auto* holder = static_cast<ThreadQueue*>(pthread_getspecific(threadQueueKey()));
+  if (holder == nullptr) {
+    holder = new ThreadQueue{std::make_shared<MessageQueue>()};
+    holder->queue->system_ = SystemQueue::attach(*holder->queue);
+    pthread_setspecific(threadQueueKey(), holder);
+  }
+  return holder->queue;
 }
+
+bool MessageQueue::systemServes() const { return system_ != nullptr && !clock().isManual(); }
 
 bool MessageQueue::post(std::function<void()> call) {
   {
@@ -29,6 +57,7 @@ bool MessageQueue::post(std::function<void()> call) {
     if (!closed_) {
       posted_.push_back(std::move(call));
       arrived_.notify_all();
+      if (system_) system_->wake();
       return true;
     }
   }
@@ -37,6 +66,7 @@ bool MessageQueue::post(std::function<void()> call) {
 
 UINT_PTR MessageQueue::setTimer(UINT period, TIMERPROC proc) {
   period = std::clamp(period, USER_TIMER_MINIMUM, USER_TIMER_MAXIMUM);
+  if (systemServes()) return system_->setTimer(period, proc);
   std::lock_guard lock(mutex_);
   const UINT_PTR id = nextTimerId_++;
   if (nextTimerId_ == 0) nextTimerId_ = 1;
@@ -45,16 +75,20 @@ UINT_PTR MessageQueue::setTimer(UINT period, TIMERPROC proc) {
 }
 
 bool MessageQueue::killTimer(UINT_PTR id) {
-  std::lock_guard lock(mutex_);
-  auto it = std::find_if(timers_.begin(), timers_.end(), [&](const Timer& t) { return t.id == id; });
-  if (it == timers_.end()) return false;
-  timers_.erase(it);
-  return true;
+  {
+    std::lock_guard lock(mutex_);
+    auto it = std::find_if(timers_.begin(), timers_.end(), [&](const Timer& t) { return t.id == id; });
+    if (it != timers_.end()) {
+      timers_.erase(it);
+      return true;
+    }
+  }
+  return system_ != nullptr && system_->killTimer(id);
 }
 
 std::size_t MessageQueue::timerCount() const {
   std::lock_guard lock(mutex_);
-  return timers_.size();
+  return timers_.size() + (system_ ? system_->timerCount() : 0);
 }
 
 bool MessageQueue::timerDueLocked(std::int64_t now) const {
@@ -68,17 +102,29 @@ std::int64_t MessageQueue::nextDueLocked() const {
 }
 
 bool MessageQueue::hasWaiting() const {
-  std::lock_guard lock(mutex_);
-  return !posted_.empty() || timerDueLocked(clock().monotonicMs());
+  {
+    std::lock_guard lock(mutex_);
+    if (!posted_.empty() || timerDueLocked(clock().monotonicMs())) return true;
+  }
+  return system_ != nullptr && system_->waiting();
 }
 
-void MessageQueue::pump() {
+void MessageQueue::runPosted() {
   std::deque<std::function<void()>> calls;
   {
     std::lock_guard lock(mutex_);
     calls.swap(posted_);
   }
   for (auto& call : calls) call();
+}
+
+void MessageQueue::pump() {
+  // With a system queue the posted calls run through its wake message, in the order of the
+  // system's messages, before timer ticks (which the system makes only when nothing else waits).
+  if (system_)
+    system_->dispatch();
+  else
+    runPosted();
 
   std::vector<UINT_PTR> due;
   {
@@ -103,6 +149,11 @@ void MessageQueue::pump() {
 }
 
 bool MessageQueue::wait(std::uint32_t boundMs) {
+  if (systemServes()) {
+    // Posted calls wake the system's queue too, so one wait covers both.
+    if (hasWaiting()) return true;
+    return system_->wait(boundMs) || hasWaiting();
+  }
   std::unique_lock lock(mutex_);
   const std::int64_t now = clock().monotonicMs();
   const std::int64_t deadline = std::min(now + static_cast<std::int64_t>(boundMs), nextDueLocked());
@@ -118,6 +169,7 @@ void MessageQueue::close() {
     closed_ = true;
     dropped.swap(posted_);
     timers_.clear();
+    if (system_) system_->close();
   }
 }
 

@@ -2,6 +2,8 @@
 #include <algorithm>
 
 #include "detection/simulated_phone_test.h"
+#include "platform/codepage.h"
+#include "platform/serial.h"
 
 namespace tov::testing {
 namespace {
@@ -95,7 +97,7 @@ TEST_F(DetectionDialogue, AReadFailureStallsThePortWithTheErrorLineAndNoOutcome)
   device.failNext(SerialOp::ClearError, platform::ERROR_GEN_FAILURE);
   ASSERT_TRUE(pumpUntil([&] { return !eventsOf(2).empty(); }));
   EXPECT_EQ(eventsOf(2)[0].text(),
-            u"Error (31): VBCommRead (ClearCommError) - A device attached to the system is not functioning.\r\n");
+            u"Error (31): VBCommRead (ClearCommError) - " + platform::ansiToUtf16(platform::systemMessage(31)));
   EXPECT_EQ(c_->TimerIds(3), 0);
   EXPECT_EQ(c_->MessageMode, VariantBool::False);
   pumpFor(20000);
