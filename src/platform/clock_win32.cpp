@@ -1,7 +1,8 @@
 // The real clock on Windows: the tick count, the local time and Sleep of kernel32.
-#include <windows.h>
-
 #include "platform/clock.h"
+
+// Last: windows.h macros would rewrite the platform headers.
+#include <windows.h>
 
 namespace tov::platform {
 

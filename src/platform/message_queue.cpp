@@ -1,5 +1,7 @@
 #include <tovport/platform/message_queue.h>
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <atomic>
 #include <limits>
@@ -7,6 +9,7 @@
 
 #include "platform/clock.h"
 #include "platform/last_error.h"
+#include "platform/message_queue_system.h"
 
 namespace tov::platform {
 namespace {
@@ -46,25 +49,51 @@ DWORD newThreadId() {
 }
 
 // The thread's id and queue. The queue is closed when the thread ends, so that posts from
-// elsewhere fail instead of waiting forever for a pump that will not come.
+// elsewhere fail instead of waiting forever for a pump that will not come. The holder lives on
+// the heap behind a thread-specific key whose destructor receives it directly: a thread_local
+// object with a destructor is not safe at thread exit under mingw's emulated TLS, where its
+// storage may be freed before the destructor runs.
 struct ThreadQueue {
-  DWORD id = newThreadId();
-  std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
-  ThreadQueue() { directory().add(id, queue); }
-  ~ThreadQueue() {
-    directory().remove(id);
-    queue->close();
-  }
+  DWORD id;
+  std::shared_ptr<MessageQueue> queue;
 };
 
-ThreadQueue& threadQueue() {
-  thread_local ThreadQueue holder;
-  return holder;
+pthread_key_t threadQueueKey() {
+  static const pthread_key_t key = [] {
+    pthread_key_t k;
+    pthread_key_create(&k, [](void* holder) {
+      auto* h = static_cast<ThreadQueue*>(holder);
+      directory().remove(h->id);
+      h->queue->close();
+      delete h;
+    });
+    return k;
+  }();
+  return key;
 }
 
 }  // namespace
 
-std::shared_ptr<MessageQueue> MessageQueue::current() { return threadQueue().queue; }
+MessageQueue::MessageQueue() = default;
+MessageQueue::~MessageQueue() = default;
+
+static ThreadQueue& threadQueue() {
+  MessageQueue::current();
+  return *static_cast<ThreadQueue*>(pthread_getspecific(threadQueueKey()));
+}
+
+std::shared_ptr<MessageQueue> MessageQueue::current() {
+  auto* holder = static_cast<ThreadQueue*>(pthread_getspecific(threadQueueKey()));
+  if (holder == nullptr) {
+    holder = new ThreadQueue{newThreadId(), std::make_shared<MessageQueue>()};
+    holder->queue->system_ = SystemQueue::attach(*holder->queue);
+    directory().add(holder->id, holder->queue);
+    pthread_setspecific(threadQueueKey(), holder);
+  }
+  return holder->queue;
+}
+
+bool MessageQueue::systemServes() const { return system_ != nullptr && !clock().isManual(); }
 
 bool MessageQueue::post(std::function<void()> call) {
   {
@@ -72,6 +101,7 @@ bool MessageQueue::post(std::function<void()> call) {
     if (!closed_) {
       posted_.push_back(std::move(call));
       arrived_.notify_all();
+      if (system_) system_->wake();
       return true;
     }
   }
@@ -80,6 +110,7 @@ bool MessageQueue::post(std::function<void()> call) {
 
 UINT_PTR MessageQueue::setTimer(UINT period, TIMERPROC proc) {
   period = std::clamp(period, USER_TIMER_MINIMUM, USER_TIMER_MAXIMUM);
+  if (systemServes()) return system_->setTimer(period, proc);
   std::lock_guard lock(mutex_);
   const UINT_PTR id = nextTimerId_++;
   if (nextTimerId_ == 0) nextTimerId_ = 1;
@@ -88,16 +119,20 @@ UINT_PTR MessageQueue::setTimer(UINT period, TIMERPROC proc) {
 }
 
 bool MessageQueue::killTimer(UINT_PTR id) {
-  std::lock_guard lock(mutex_);
-  auto it = std::find_if(timers_.begin(), timers_.end(), [&](const Timer& t) { return t.id == id; });
-  if (it == timers_.end()) return false;
-  timers_.erase(it);
-  return true;
+  {
+    std::lock_guard lock(mutex_);
+    auto it = std::find_if(timers_.begin(), timers_.end(), [&](const Timer& t) { return t.id == id; });
+    if (it != timers_.end()) {
+      timers_.erase(it);
+      return true;
+    }
+  }
+  return system_ != nullptr && system_->killTimer(id);
 }
 
 std::size_t MessageQueue::timerCount() const {
   std::lock_guard lock(mutex_);
-  return timers_.size();
+  return timers_.size() + (system_ ? system_->timerCount() : 0);
 }
 
 bool MessageQueue::timerDueLocked(std::int64_t now) const {
@@ -111,17 +146,29 @@ std::int64_t MessageQueue::nextDueLocked() const {
 }
 
 bool MessageQueue::hasWaiting() const {
-  std::lock_guard lock(mutex_);
-  return !posted_.empty() || timerDueLocked(clock().monotonicMs());
+  {
+    std::lock_guard lock(mutex_);
+    if (!posted_.empty() || timerDueLocked(clock().monotonicMs())) return true;
+  }
+  return system_ != nullptr && system_->waiting();
 }
 
-void MessageQueue::pump() {
+void MessageQueue::runPosted() {
   std::deque<std::function<void()>> calls;
   {
     std::lock_guard lock(mutex_);
     calls.swap(posted_);
   }
   for (auto& call : calls) call();
+}
+
+void MessageQueue::pump() {
+  // With a system queue the posted calls run through its wake message, in the order of the
+  // system's messages, before timer ticks (which the system makes only when nothing else waits).
+  if (system_)
+    system_->dispatch();
+  else
+    runPosted();
 
   std::vector<UINT_PTR> due;
   {
@@ -146,6 +193,11 @@ void MessageQueue::pump() {
 }
 
 bool MessageQueue::wait(std::uint32_t boundMs) {
+  if (systemServes()) {
+    // Posted calls wake the system's queue too, so one wait covers both.
+    if (hasWaiting()) return true;
+    return system_->wait(boundMs) || hasWaiting();
+  }
   std::unique_lock lock(mutex_);
   const std::int64_t now = clock().monotonicMs();
   const std::int64_t deadline = std::min(now + static_cast<std::int64_t>(boundMs), nextDueLocked());
@@ -161,6 +213,7 @@ void MessageQueue::close() {
     closed_ = true;
     dropped.swap(posted_);
     timers_.clear();
+    if (system_) system_->close();
   }
 }
 

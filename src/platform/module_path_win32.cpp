@@ -1,6 +1,7 @@
-#include <windows.h>
-
 #include "platform/module_path.h"
+
+// Last: windows.h macros would rewrite the platform headers.
+#include <windows.h>
 
 namespace tov::platform {
 

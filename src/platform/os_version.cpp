@@ -5,8 +5,10 @@
 #include <charconv>
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "platform/last_error.h"
+#include "platform/system_backends.h"
 
 namespace tov::platform {
 namespace {
@@ -30,7 +32,7 @@ constexpr std::size_t kCsdCapacity = sizeof(OSVERSIONINFOA::szCSDVersion) - 1;  
 
 struct State {
   std::mutex mutex;
-  OsVersion version;  // the system the component was made for, until the host says otherwise
+  std::optional<OsVersion> version;  // empty: the running system's, or the one the component was made for
 };
 
 State& state() {
@@ -116,14 +118,28 @@ void setOsVersion(const OsVersion& v) {
   state().version = v;
 }
 
+void clearOsVersion() {
+  std::lock_guard lock(state().mutex);
+  state().version.reset();
+}
+
 void setOsVersionUnavailable(bool failing) { unavailable.store(failing); }
 
 OsVersion currentOsVersion() {
-  std::lock_guard lock(state().mutex);
-  return state().version;
+  {
+    std::lock_guard lock(state().mutex);
+    if (state().version) return *state().version;
+  }
+  return systemOsVersion().value_or(OsVersion{});
 }
 
-ScopedOsVersion::ScopedOsVersion(const OsVersion& v) : previous_(currentOsVersion()) { setOsVersion(v); }
-ScopedOsVersion::~ScopedOsVersion() { setOsVersion(previous_); }
+ScopedOsVersion::ScopedOsVersion(const OsVersion& v) {
+  std::lock_guard lock(state().mutex);
+  previous_ = std::exchange(state().version, v);
+}
+ScopedOsVersion::~ScopedOsVersion() {
+  std::lock_guard lock(state().mutex);
+  state().version = previous_;
+}
 
 }  // namespace tov::platform

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "platform/registry_impl.h"
+#include "platform/system_backends.h"
 
 namespace tov::platform {
 
@@ -84,9 +85,13 @@ DWORD copyValue(const RegValueEntry& value, DWORD* type, BYTE* data, DWORD* data
   return fits ? ERROR_SUCCESS : ERROR_MORE_DATA;
 }
 
+// The system's registry, while no Registry is installed and the system has one.
+SystemRegistry* system() { return registryInstalled() ? nullptr : systemRegistry(); }
+
 }  // namespace
 
-LSTATUS RegOpenKeyExA(HKEY key, const char* subKey, DWORD /*options*/, REGSAM /*sam*/, HKEY* result) {
+LSTATUS RegOpenKeyExA(HKEY key, const char* subKey, DWORD options, REGSAM sam, HKEY* result) {
+  if (auto* sys = system()) return sys->openKey(key, subKey, options, sam, result);
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
   *result = 0;
   Session s;
@@ -105,12 +110,14 @@ LSTATUS RegOpenKeyExA(HKEY key, const char* subKey, DWORD /*options*/, REGSAM /*
 }
 
 LSTATUS RegCloseKey(HKEY key) {
+  if (auto* sys = system()) return sys->closeKey(key);
   Session s;
   return s.impl.closeHandle(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
 LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD* type, BYTE* data,
                          DWORD* dataSize) {
+  if (auto* sys = system()) return sys->queryValue(key, valueName, reserved, type, data, dataSize);
   if (reserved != nullptr || (data != nullptr && dataSize == nullptr)) return ERROR_INVALID_PARAMETER;
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
@@ -123,6 +130,8 @@ LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD
 LSTATUS RegQueryInfoKeyA(HKEY key, char* className, DWORD* classNameSize, DWORD* reserved, DWORD* subKeys,
                          DWORD* maxSubKeyLen, DWORD* maxClassLen, DWORD* values, DWORD* maxValueNameLen,
                          DWORD* maxValueLen, DWORD* securityDescriptor, void* lastWriteTime) {
+  if (auto* sys = system()) return sys->queryInfo(key, className, classNameSize, reserved, subKeys, maxSubKeyLen, maxClassLen, values,
+                                          maxValueNameLen, maxValueLen, securityDescriptor, lastWriteTime);
   if (reserved != nullptr) return ERROR_INVALID_PARAMETER;
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
@@ -148,6 +157,7 @@ LSTATUS RegQueryInfoKeyA(HKEY key, char* className, DWORD* classNameSize, DWORD*
 
 LSTATUS RegEnumKeyExA(HKEY key, DWORD index, char* name, DWORD* nameSize, DWORD* reserved, char* className,
                       DWORD* classNameSize, void* lastWriteTime) {
+  if (auto* sys = system()) return sys->enumKey(key, index, name, nameSize, reserved, className, classNameSize, lastWriteTime);
   if (name == nullptr || nameSize == nullptr || reserved != nullptr) return ERROR_INVALID_PARAMETER;
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
@@ -164,6 +174,7 @@ LSTATUS RegEnumKeyExA(HKEY key, DWORD index, char* name, DWORD* nameSize, DWORD*
 
 LSTATUS RegEnumValueA(HKEY key, DWORD index, char* valueName, DWORD* valueNameSize, DWORD* reserved,
                       DWORD* type, BYTE* data, DWORD* dataSize) {
+  if (auto* sys = system()) return sys->enumValue(key, index, valueName, valueNameSize, reserved, type, data, dataSize);
   if (valueName == nullptr || valueNameSize == nullptr || reserved != nullptr ||
       (data != nullptr && dataSize == nullptr)) {
     return ERROR_INVALID_PARAMETER;
@@ -187,6 +198,7 @@ LSTATUS RegEnumValueA(HKEY key, DWORD index, char* valueName, DWORD* valueNameSi
 }
 
 LSTATUS RegCreateKeyExA(HKEY key, const char* subKey, HKEY* result) {
+  if (auto* sys = system()) return sys->createKey(key, subKey, result);
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
   *result = 0;
   Session s;
@@ -200,6 +212,7 @@ LSTATUS RegCreateKeyExA(HKEY key, const char* subKey, HKEY* result) {
 }
 
 LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD type, const BYTE* data, DWORD dataSize) {
+  if (auto* sys = system()) return sys->setValue(key, valueName, type, data, dataSize);
   if (data == nullptr && dataSize > 0) return ERROR_INVALID_PARAMETER;
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
@@ -210,6 +223,7 @@ LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD type, const BYTE* 
 }
 
 LSTATUS RegDeleteTreeA(HKEY key, const char* subKey) {
+  if (auto* sys = system()) return sys->deleteTree(key, subKey);
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
   std::vector<std::string_view> names;
@@ -224,6 +238,7 @@ LSTATUS RegDeleteTreeA(HKEY key, const char* subKey) {
 }
 
 LSTATUS RegDeleteValueA(HKEY key, const char* valueName) {
+  if (auto* sys = system()) return sys->deleteValue(key, valueName);
   Session s;
   const std::shared_ptr<RegKeyNode>* node = nullptr;
   if (const DWORD st = s.find(key, node); st != ERROR_SUCCESS) return st;

@@ -72,6 +72,9 @@ struct Registry::Impl {
   void clearKey(RegKeyNode& key);
 };
 
+// Whether a host or test has installed a Registry (ScopedRegistry).
+bool registryInstalled();
+
 // Splits a key path relative to an open key at its backslashes. Empty names (doubled or trailing
 // backslashes) are passed over, as the system does; a leading backslash is the caller's business.
 std::vector<std::string_view> splitKeyNames(std::string_view subKey);

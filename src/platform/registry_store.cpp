@@ -186,6 +186,8 @@ Registry& registry() {
   return r != nullptr ? *r : processRegistry;
 }
 
+bool registryInstalled() { return installed.load() != nullptr; }
+
 ScopedRegistry::ScopedRegistry(Registry& r) : previous_(installed.exchange(&r)) {}
 ScopedRegistry::~ScopedRegistry() { installed.store(previous_); }
 

@@ -9,20 +9,12 @@
 
 #include "platform/last_error.h"
 #include <tovport/platform/serial_dcb.h>
+#include "platform/system_backends.h"
 
 namespace tov::platform {
 namespace {
 
-class NoDevicesBackend final : public SerialBackend {
- public:
-  std::unique_ptr<SerialDevice> open(int, DWORD& error) override {
-    error = ERROR_FILE_NOT_FOUND;
-    return nullptr;
-  }
-};
-
-NoDevicesBackend noDevices;
-std::atomic<SerialBackend*> installed{&noDevices};
+std::atomic<SerialBackend*> installed{nullptr};  // none: the system's devices
 
 struct OpenDevice {
   std::shared_ptr<SerialDevice> device;
@@ -118,7 +110,10 @@ std::optional<int> comPortNumber(const char* name) {
 
 }  // namespace
 
-SerialBackend& serialBackend() { return *installed.load(); }
+SerialBackend& serialBackend() {
+  SerialBackend* b = installed.load();
+  return b != nullptr ? *b : systemSerialBackend();
+}
 ScopedSerialBackend::ScopedSerialBackend(SerialBackend& b) : previous_(installed.exchange(&b)) {}
 ScopedSerialBackend::~ScopedSerialBackend() { installed.store(previous_); }
 

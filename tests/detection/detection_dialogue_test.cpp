@@ -2,6 +2,8 @@
 #include <algorithm>
 
 #include "detection/simulated_phone_test.h"
+#include "platform/codepage.h"
+#include <tovport/platform/serial.h>
 
 namespace tov::testing {
 namespace {
@@ -103,7 +105,7 @@ TEST_F(DetectionDialogue, AReadFailureEndsARequestedDetectionAndStallsAHostsOwn)
     ASSERT_TRUE(pumpUntil([&] { return !eventsOf(2).empty(); }));
     pumpFor(20000);
     EXPECT_EQ(eventsOf(2)[0].text(),
-              u"Error (31): VBCommRead (ClearCommError) - A device attached to the system is not functioning.\r\n");
+              u"Error (31): VBCommRead (ClearCommError) - " + platform::ansiToUtf16(platform::systemMessage(31)));
     EXPECT_EQ(c_->TimerIds(3), 0);
     const std::vector<DeviceDetectionError> ended = {dde_CouldNotsendOutput};
     std::vector<DeviceDetectionError> errors;

@@ -21,12 +21,6 @@ class SerialHandles : public ::testing::Test {
   ScopedSerialBackend installed{backend};
 };
 
-TEST(SerialHandlesDefault, TheDefaultBackendHasNoDevices) {
-  SetLastError(0);
-  EXPECT_EQ(openPort("COM1"), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-}
-
 TEST_F(SerialHandles, ComNamesOpenWithOrWithoutDevicePrefixOthersAreNotFound) {
   for (const int n : {1, 7, 12, 255}) backend.port(n);
   std::set<HANDLE> handles;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <tuple>
 
+#include "platform/codepage.h"
 #include <tovport/platform/serial.h>
 #include "serial/simulated_ports.h"
 
@@ -49,8 +50,7 @@ TEST_F(SerialApiErrors, GetErrorReadsTheLastFailureAsOften) {
   BStr data;
   EXPECT_EQ(c->VBCommRead(3, data, 64), -1);
   const std::u16string readFailure =
-      u"Error (1117): VBCommRead (ReadFile) - The request could not be performed because of an I/O device error.\r\n"
-      u"  COMM Error Flags = 0";
+      u"Error (1117): VBCommRead (ReadFile) - " + ansiToUtf16(systemMessage(1117)) + u"  COMM Error Flags = 0";
   EXPECT_EQ(c->VBCommGetError(text), 1117);
   EXPECT_EQ(text, readFailure);
   EXPECT_EQ(errorText(), readFailure);

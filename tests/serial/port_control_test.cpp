@@ -3,6 +3,7 @@
 
 #include <tuple>
 
+#include "platform/codepage.h"
 #include <tovport/platform/serial.h>
 #include "serial/simulated_ports.h"
 
@@ -93,7 +94,7 @@ TEST_F(SerialApiPortControl, ModemLines) {
     EXPECT_EQ(port.escapes().back(), function);
   }
   EXPECT_EQ(c->VBCommSetLine(2, 4, True), 87);
-  EXPECT_EQ(errorText(), u"Error (87): VBCommSetLine (EscapeCommFunction) - The parameter is incorrect.\r\n");
+  EXPECT_EQ(errorText(), u"Error (87): VBCommSetLine (EscapeCommFunction) - " + ansiToUtf16(systemMessage(87)));
   EXPECT_EQ(port.escapes().size(), 6u);
 
   port.setModemLines(MS_CTS_ON);

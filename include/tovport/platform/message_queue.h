@@ -1,6 +1,8 @@
 // The apartment's message queue: one per thread. Other threads post calls to it; the owning
 // thread runs them, and the ticks of its timers, only when it pumps. Nothing here runs
-// concurrently with the owning thread's other work.
+// concurrently with the owning thread's other work. On Windows the thread's system message queue
+// stands behind it (message_queue_win32.cpp): posted calls and the ticks of timers set on the real
+// clock are window messages, so they also run when the host pumps with its own message loop.
 #pragma once
 
 #include <condition_variable>
@@ -33,12 +35,15 @@ struct ThreadCall {
 };
 inline constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
 
+class SystemQueue;
+
 class MessageQueue {
  public:
   // The calling thread's queue, created on first use and closed when the thread ends.
   static std::shared_ptr<MessageQueue> current();
 
-  MessageQueue() = default;
+  MessageQueue();
+  ~MessageQueue();
   MessageQueue(const MessageQueue&) = delete;
   MessageQueue& operator=(const MessageQueue&) = delete;
 
@@ -56,10 +61,12 @@ class MessageQueue {
   // tick of every timer that is due. Messages that arrive meanwhile wait for the next pump
   // (or are handled by a pump nested inside one of these calls).
   void pump();
+  // Owning thread only: runs the posted calls waiting (the first step of pump).
+  void runPosted();
   // Blocks until a message is waiting or boundMs passes on the process clock; returns whether
   // one is waiting. On the manual clock, simulated time moves on to the next timer tick.
   bool wait(std::uint32_t boundMs);
-  bool hasWaiting() const;
+  bool hasWaiting() const;  // owning thread only
 
   void close();  // drops every posted call and refuses new ones
 
@@ -72,6 +79,9 @@ class MessageQueue {
   };
   bool timerDueLocked(std::int64_t now) const;
   std::int64_t nextDueLocked() const;
+  // The system's queue serves timers and waits while the real clock runs; the manual clock
+  // needs the simulated ones.
+  bool systemServes() const;
 
   mutable std::mutex mutex_;
   std::condition_variable arrived_;
@@ -79,6 +89,7 @@ class MessageQueue {
   std::vector<Timer> timers_;
   UINT_PTR nextTimerId_ = 1;
   bool closed_ = false;
+  std::unique_ptr<SystemQueue> system_;  // the thread's system queue, where there is one
 };
 
 // Win32 shapes. GetCurrentThreadId never answers 0. PostThreadMessage takes WM_TOV_THREADCALL

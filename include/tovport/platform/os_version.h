@@ -1,5 +1,6 @@
-// The running system's version, shaped after GetVersionExA. On this platform the version is a
-// setting of the host: a preset name or a raw P.MAJOR.MINOR[:CSD text].
+// The running system's version, shaped after GetVersionExA. On Windows it is the system's own
+// unless the host sets one; elsewhere it is a setting of the host (a preset name or a raw
+// P.MAJOR.MINOR[:CSD text]), Windows XP SP2 by default.
 #pragma once
 
 #include <optional>
@@ -31,6 +32,7 @@ std::optional<OsVersion> parseOsVersion(std::string_view text);
 std::string_view osPresetNames();
 
 void setOsVersion(const OsVersion& v);       // process-wide
+void clearOsVersion();                       // back to the running system's (or the default)
 void setOsVersionUnavailable(bool failing);  // GetVersionExA fails while set (for tests)
 OsVersion currentOsVersion();
 
@@ -43,7 +45,7 @@ class ScopedOsVersion {
   ScopedOsVersion& operator=(const ScopedOsVersion&) = delete;
 
  private:
-  OsVersion previous_;
+  std::optional<OsVersion> previous_;
 };
 
 }  // namespace tov::platform

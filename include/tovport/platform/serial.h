@@ -1,7 +1,8 @@
 // Serial devices, shaped after the kernel32 communications calls the component makes. Each call
 // sets the calling thread's last error on failure (last_error.h). The calls go to the process's
 // installed SerialBackend: the POSIX backend (termios devices, serial_posix.h) or the memory
-// backend of simulated devices (serial_memory.h).
+// backend of simulated devices (serial_memory.h); with none installed, to the system's COM ports
+// on Windows (serial_win32.cpp), to no devices elsewhere.
 #pragma once
 
 #include <memory>
@@ -71,7 +72,7 @@ class SerialBackend {
   virtual std::unique_ptr<SerialDevice> open(int port, DWORD& error) = 0;
 };
 
-// The process's serial backend (a backend without devices unless a host installs another).
+// The process's serial backend.
 SerialBackend& serialBackend();
 class ScopedSerialBackend {
  public:

@@ -1,4 +1,5 @@
-// FormatMessageA over the system's English message table for the codes the serial layer produces.
+// FormatMessageA over the English message table of Windows for the codes the serial layer produces
+// (on Windows the system answers itself: system_messages_win32.cpp).
 #include <cstring>
 
 #include "platform/last_error.h"

@@ -1,3 +1,4 @@
+// The English message table that stands in for the system's on POSIX systems.
 #include <gtest/gtest.h>
 
 #include "platform/last_error.h"
