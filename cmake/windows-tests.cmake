@@ -9,6 +9,8 @@ file(GLOB_RECURSE TOVPORT_WINDOWS_TEST_SOURCES CONFIGURE_DEPENDS ${TOVPORT_TEST_
 # Each pattern names a test unit that needs a POSIX system.
 set(TOVPORT_POSIX_ONLY_TESTS
   "_posix_test\\.cpp$"
+  "/posix/"
+  "/host/"
   "_pty_test\\.cpp$"
   "/serial/pty_test\\.cpp$")
 foreach(pattern ${TOVPORT_POSIX_ONLY_TESTS})

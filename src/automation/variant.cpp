@@ -58,6 +58,7 @@ VarType Variant::type() const {
       value_);
 }
 
+bool Variant::isByRef() const { return std::holds_alternative<ByRef>(value_); }
 bool Variant::isEmpty() const { return std::holds_alternative<std::monostate>(value_); }
 bool Variant::isMissing() const { return std::holds_alternative<Missing>(value_); }
 

@@ -34,7 +34,9 @@ vbscript() {
   echo "ok: VBScript through cscript"
 }
 
-# The phone's pseudo-terminal becomes COM7, a plain serial port by the system's serial device map.
+# The phone's pseudo-terminal becomes COM7, a port the system's serial device map lists but no
+# driver classifies: such a port is tested after its pause, without the CTS line a pseudo-terminal
+# cannot show.
 detect() {
   local phone pty reg out status
   phone=$(realpath "$3")
@@ -43,10 +45,12 @@ detect() {
   [[ $pty == /dev/pts/* ]] || fail "tovport-phone gave no pseudo-terminal ('$pty')"
   ln -sfn "$pty" "$WINEPREFIX/dosdevices/com$port"
   # HKLM\Hardware is volatile: it lasts as long as the Wine server, which must outlive regedit.
-  "${WINESERVER:-/usr/lib/wine/wineserver}" -p30
+  # A server still running from an earlier step is waited out, so the one started here persists.
+  local server=${WINESERVER:-/usr/lib/wine/wineserver}
+  "$server" -w
+  "$server" -p30 >/dev/null 2>&1
   reg=$(mktemp --suffix=.reg)
-  printf 'REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\HARDWARE\\DEVICEMAP\\SERIALCOMM]\r\n"\\\\Device\\\\Serial%d"="COM%d"\r\n' \
-    $((port - 1)) "$port" >"$reg"
+  printf 'REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\HARDWARE\\DEVICEMAP\\SERIALCOMM]\r\n"\\\\Device\\\\VCP0"="COM%d"\r\n' "$port" >"$reg"
   "$wine" regedit /S "$(winpath "$reg")"
   rm -f "$reg"
   status=0

@@ -14,7 +14,6 @@
 #include "discovery/port_table.h"
 #include "host_platform.h"
 #include "platform/machine_ports.h"
-#include "platform/posix/device_access.h"
 #include <tovport/platform/registry.h>
 #include "value_text.h"
 
@@ -83,7 +82,7 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
       rows.push_back({"COM" + std::to_string(port), memberName(kind), display,
                       path == paths.end() ? "-" : path->second});
     }
-    if (path != paths.end() && !tov::platform::mayOpenDevice(path->second)) explainDeniedDevice(port, path->second);
+    if (path != paths.end()) explainIfDenied(port, path->second);
   }
   if (!json) {
     if (rows.empty()) std::cerr << "tovport: no COM port 1 to 32 exists\n";

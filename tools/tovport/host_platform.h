@@ -33,5 +33,7 @@ class HostPlatform {
 
 // Tells on stderr why COM port `port` (the device at path) may not be opened and what to do.
 void explainDeniedDevice(int port, const std::string& path);
+// The same, ahead of any open, when this user lacks the permission to open the device.
+void explainIfDenied(int port, const std::string& path);
 
 }  // namespace tovport_cli

@@ -71,4 +71,8 @@ void explainDeniedDevice(int port, const std::string& path) {
   std::cerr << "tovport: COM" << port << ": " << tov::platform::accessAdvice(path) << "\n";
 }
 
+void explainIfDenied(int port, const std::string& path) {
+  if (!tov::platform::mayOpenDevice(path)) explainDeniedDevice(port, path);
+}
+
 }  // namespace tovport_cli

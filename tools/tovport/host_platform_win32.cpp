@@ -11,12 +11,17 @@ struct HostPlatform::Parts {};
 HostPlatform::HostPlatform(const HostOptions& options) {
   const char* linuxOnly = !options.registryFiles.empty() ? "--registry"
                           : !options.maps.empty()        ? "--map"
-                          : !options.os.empty()          ? "--os"
+                          : options.os                   ? "--os"
+                          : options.sysfs                ? "--sysfs"
+                          : options.dev                  ? "--dev"
                                                          : nullptr;
   if (linuxOnly != nullptr)
     throw InputError(std::string(linuxOnly) + " is for Linux only: on Windows the system's registry, version and "
                      "COM ports are used");
 }
+
+// On Windows the system's own "Access is denied." is the whole story: nothing to add.
+void explainIfDenied(int, const std::string&) {}
 
 HostPlatform::~HostPlatform() = default;
 

@@ -87,6 +87,7 @@ class Variant {
   }
 
   VarType type() const;  // VT_BYREF | the referenced type for references
+  bool isByRef() const;
   bool isEmpty() const;
   bool isMissing() const;
   // The value itself: a copy of what a reference points at, or of this.
