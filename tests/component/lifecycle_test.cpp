@@ -18,13 +18,6 @@ class Lifecycle : public ::testing::Test {
   void TearDown() override { gComponent().reset(); }
 };
 
-TEST_F(Lifecycle, PendingOnTheLastPortMakesTheComponentPending) {
-  auto c = tovComPrtv3::create();
-  c->Pending(32) = VariantBool::True;
-  EXPECT_EQ(c->IsPending(), VariantBool::True);
-  EXPECT_EQ(toBool(callByName(*c, u"ispending", {})), VariantBool::True);
-}
-
 TEST_F(Lifecycle, GComponentFollowsTheLastInstanceAndKeepsItAlive) {
   auto first = tovComPrtv3::create();
   EXPECT_EQ(gComponent().get(), first.get());

@@ -43,22 +43,6 @@ TEST_F(DetectionLink, HostCommandsEndInCarriageReturnsAndTheTableEndsAt32) {
 
 using DetectionPortTest = SimulatedPhoneTest;
 
-TEST_F(DetectionPortTest, AvailabilityThenTheEndMarkWithThePortLeftClosed) {
-  listSerialPort(4);
-  auto& port = device(4);
-  c_->Pending(4) = VariantBool::True;
-  EXPECT_EQ(c_->VBPortTest(4), VariantBool::False);
-  ASSERT_EQ(events_->events.size(), 2u);
-  EXPECT_EQ(events_->events[0].describe(), "PortAvailable(4, 0)");
-  EXPECT_EQ(events_->events[1].describe(), "PortAvailable(4, 2)");
-  EXPECT_EQ(port.openCount(), 1);
-  EXPECT_FALSE(port.isOpen());
-
-  port.setPresent(false);
-  EXPECT_EQ(c_->VBPortTest(4), VariantBool::False);
-  EXPECT_EQ(events_->events.at(2).describe(), "PortAvailable(4, 1)");
-}
-
 TEST_F(DetectionPortTest, FailingStepsAreSkipped) {
   listSerialPort(4);
   device(4);

@@ -60,16 +60,6 @@ TEST_F(DetectionMessages, WithoutCtsOrOnAClosedPortItTimesOutAtOnce) {
   EXPECT_FALSE(ctsOff.isOpen());
 }
 
-TEST_F(DetectionMessages, AnInfraredPortPausesBeforeTheText) {
-  listIrDaPort(6);
-  phone(6, {{{"ATI\r", {"\r\nOK\r\n"}}}}, /*cts=*/false);
-  ASSERT_TRUE(open(6));
-  const std::int64_t start = now();
-  EXPECT_TRUE(send(6, u"ATI\r", false));
-  ASSERT_EQ(writeTimes(6).size(), 1u);
-  EXPECT_EQ(writeTimes(6)[0] - start, 2000);
-}
-
 TEST_F(DetectionMessages, AnExchangeOnPort1TakesADetectionAnswerOfPort2) {
   listSerialPort(1);
   listSerialPort(2);

@@ -75,7 +75,6 @@ TEST_F(RequestDetectFromList, ConversionFailuresComeOnlyWithATestedPort) {
   setKinds({{7, cptSerial}});
   EXPECT_EQ(errorNumberOf([&] { detect(u"COM3"); }), automation::kErrTypeMismatch);
   EXPECT_EQ(errorNumberOf([&] { detect(u"40000"); }), automation::kErrOverflow);
-  EXPECT_EQ(errorNumberOf([&] { detect(u"3;"); }), automation::kErrTypeMismatch);
   EXPECT_TRUE(events_->events.empty());
   EXPECT_EQ(c_->IsPending(), VariantBool::False);
 }

@@ -40,7 +40,6 @@ std::vector<PortSetup> pausedPhones(std::int16_t from, std::int16_t to) {
 // that finds data reads for a second. The rows with paused ports pin how many are found together.
 const Scenario kScenarios[] = {
     {"SilentSerialAndPhone", {{1, cptSerial, Device::Silent, T}, {3, cptUSB, Device::Phone, N}}},
-    {"ThreePausedPhonesWithFourSeconds", pausedPhones(2, 4)},
     {"FourPausedPhonesAndASilentSerialPort",
      {{1, cptSerial, Device::Silent, T},
       {2, cptIrDa, Device::Phone, N},
@@ -57,8 +56,6 @@ const Scenario kScenarios[] = {
       {11, cptIrDa, Device::Phone, N},
       {12, cptIrDa, Device::Phone, N}}},
     {"APhoneLostAfterItsMakerAnswer", {{3, cptSerial, Device::VanishesAfterCgmi, F}}},
-    {"ALostPhoneBesidePausedPhones",
-     {{5, cptSerial, Device::VanishesAfterCgmi, F}, {9, cptIrDa, Device::Phone, N}, {10, cptIrDa, Device::Phone, N}}},
 };
 
 class RequestPromises : public RequestTest, public ::testing::WithParamInterface<Scenario> {

@@ -48,16 +48,6 @@ TEST_F(PortTimersTimeouts, DeadlineIsTheWholeSecondPlusTheLengthAcrossMidnight) 
   EXPECT_EQ(c_->VBGetTimeout(4).value, 0.0);
 }
 
-TEST_F(PortTimersTimeouts, ZeroAndNegativeLengthsGiveDeadlinesAtAndBeforeNow) {
-  c_->VBSetTimeoutSeconds(5, 0);
-  c_->VBSetTimeout(5);
-  c_->VBSetTimeoutSeconds(6, -3);
-  c_->VBSetTimeout(6);
-  EXPECT_EQ(c_->VBGetTimeoutSeconds(6), -3);
-  EXPECT_NEAR(c_->VBGetTimeout(5).value, kStart, 1e-9);
-  EXPECT_NEAR(c_->VBGetTimeout(6).value, kStart - 3 * kSecond, 1e-9);
-}
-
 TEST_F(PortTimersTimeouts, PortNumbersOutsideTheTableAreError9) {
   for (std::int16_t port : {0, 33, -1}) {
     const std::function<void()> calls[] = {
