@@ -91,15 +91,6 @@ class SerialPosix : public ::testing::Test {
   HANDLE h = INVALID_HANDLE_VALUE;
 };
 
-TEST(SerialPosixErrors, ErrnoValuesMapToSystemCodes) {
-  const std::pair<int, DWORD> cases[] = {
-      {ENOENT, 2},     {ENXIO, 2},       {ENODEV, 2},      {EACCES, 5},        {EPERM, 5},    {EROFS, 5},
-      {EBUSY, 5},      {EWOULDBLOCK, 5}, {EBADF, 6},       {EIO, 1117},        {EINVAL, 87},  {ENOTTY, 1},
-      {EOPNOTSUPP, 1}, {ETIMEDOUT, 121}, {EPIPE, 1167},    {ECONNRESET, 1167}, {ENOMEM, 31},  {EFAULT, 31},
-  };
-  for (const auto& [err, code] : cases) EXPECT_EQ(win32ErrorFromErrno(err), code) << err;
-}
-
 TEST_F(SerialPosix, OnlyMappedExistingDevicesOpenAndOnlyOnce) {
   backend.map(4, "/dev/does-not-exist");
   for (const char* name : {"COM4", "COM5"}) {

@@ -78,17 +78,12 @@ TEST_F(SerialApiPty, BytesTravelBothWays) {
   EXPECT_EQ(data, u"\u20ACOK\r\n");
 }
 
-// With nothing waiting a read returns at once; with 5 of the 64 asked for waiting, it waits out
-// the port's one-second total timeout for the rest.
-TEST_F(SerialApiPty, AReadReturnsAtOnceOrAfterTheTotalReadTimeout) {
-  BStr data = u"stale";
-  auto start = steady_clock::now();
-  EXPECT_EQ(c->VBCommRead(3, data, 64), 0);
-  EXPECT_LT(steady_clock::now() - start, 200ms);
-  EXPECT_EQ(data, u"");
-
+// With 5 of the 64 asked for waiting, a read waits out the port's one-second total timeout for
+// the rest.
+TEST_F(SerialApiPty, AReadWaitsOutTheTotalReadTimeout) {
+  BStr data;
   sendFromDevice("12345");
-  start = steady_clock::now();
+  const auto start = steady_clock::now();
   EXPECT_EQ(c->VBCommRead(3, data, 64), 5);
   const auto took = steady_clock::now() - start;
   EXPECT_EQ(data, u"12345") << automation::toUtf8(errorText());
