@@ -1,13 +1,3 @@
-# Cross-compiling for i686 Windows with Debian's mingw-w64 toolchain (the posix threading variant,
-# for std::thread and std::mutex).
-set(CMAKE_SYSTEM_NAME Windows)
+# Cross-compiling for i686 Windows with mingw-w64.
 set(CMAKE_SYSTEM_PROCESSOR i686)
-set(TOVPORT_MINGW_TRIPLE i686-w64-mingw32)
-set(CMAKE_C_COMPILER ${TOVPORT_MINGW_TRIPLE}-gcc-posix)  # GoogleTest builds as a C and C++ project
-set(CMAKE_CXX_COMPILER ${TOVPORT_MINGW_TRIPLE}-g++-posix)
-set(CMAKE_RC_COMPILER ${TOVPORT_MINGW_TRIPLE}-windres)
-set(CMAKE_FIND_ROOT_PATH /usr/${TOVPORT_MINGW_TRIPLE})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-common.cmake)
