@@ -12,6 +12,8 @@ done
 expect_exit 0 "$TOVPORT" demo --list
 expect_contains "$out" "Simulated PC: Windows XP Service Pack 2"
 expect_contains "$out" "COM3   USB Active           dde_NoError              BenQ-Siemens S65"
+expect_contains "$out" "2 phones found: COM3 BenQ-Siemens S65, COM4 BenQ-Siemens SL75
+2 ports not tested, 26 absent ports"
 expect_exit 0 "$TOVPORT" demo --help
 expect_contains "$out" "--list"
 expect_exit 2 "$TOVPORT" demo --bogus

@@ -6,6 +6,7 @@
 #include <tovport/component/types.h>
 #include <tovport/component/tovcomprtv3.h>
 #include "event_printer.h"
+#include "summary.h"
 
 namespace tovport_cli {
 namespace {
@@ -48,37 +49,52 @@ Target parseTarget(const std::string& command, const std::vector<std::string>& a
 }
 
 int runDetect(const HostOptions& options, const std::vector<std::string>& args) {
+  using Call = RequestScope::Call;
   const Target target = parseTarget("detect", args, true);
   if (target.port)
-    return runRequest(options, [&](IDispatch& c) { return toBool(callByName(c, u"DetectDevice", {*target.port})); });
+    return runRequest(
+        options, [&](IDispatch& c) { return toBool(callByName(c, u"DetectDevice", {*target.port})); },
+        summaryUnlessJson(options, {Call::DetectPort, *target.port, {}}));
   if (target.list) {
-    return runRequest(options, [&](IDispatch& c) {
-      return toBool(callByName(c, u"DetectDevicesFromList", {tov::automation::fromUtf8(*target.list)}));
-    });
+    return runRequest(
+        options,
+        [&](IDispatch& c) {
+          return toBool(callByName(c, u"DetectDevicesFromList", {tov::automation::fromUtf8(*target.list)}));
+        },
+        summaryUnlessJson(options, {Call::DetectList, 0, *target.list}));
   }
-  return runRequest(options, [](IDispatch& c) { return toBool(callByName(c, u"DetectAllDevices", {})); });
+  return runRequest(
+      options, [](IDispatch& c) { return toBool(callByName(c, u"DetectAllDevices", {})); },
+      summaryUnlessJson(options, {Call::DetectAll, 0, {}}));
 }
 
 int runTest(const HostOptions& options, const std::vector<std::string>& args) {
+  using Call = RequestScope::Call;
   const Target target = parseTarget("test", args, false);
   if (target.port)
-    return runRequest(options, [&](IDispatch& c) { return toBool(callByName(c, u"PortTest", {*target.port})); });
-  return runRequest(options, [](IDispatch& c) { return toBool(callByName(c, u"TestAllPorts", {})); });
+    return runRequest(
+        options, [&](IDispatch& c) { return toBool(callByName(c, u"PortTest", {*target.port})); },
+        summaryUnlessJson(options, {Call::TestPort, *target.port, {}}));
+  return runRequest(
+      options, [](IDispatch& c) { return toBool(callByName(c, u"TestAllPorts", {})); },
+      summaryUnlessJson(options, {Call::TestAll, 0, {}}));
 }
 
 const Registration detect{
     {"detect", "detect [--port N | --list LIST]",
      "Looks for BenQ-Siemens phones: on every port the discovery finds testable, on port N\n"
      "alone, or on the ports of LIST (numbers separated by ';', as in \"1;3;12\"). Prints every\n"
-     "DeviceDetected event as it comes; exits 0 after the last port has reported, 1 when the\n"
-     "request was refused, 3 when it did not finish within --timeout.",
+     "DeviceDetected event as it comes, then (without --json) one row per tested port and the\n"
+     "phones found; exits 0 after the last port has reported, 1 when the request was refused,\n"
+     "3 when it did not finish within --timeout.",
      runDetect}};
 
 const Registration test{
     {"test", "test [--port N]",
      "Tests whether COM ports can be opened: all 32, or port N alone. Prints every\n"
-     "PortAvailable event as it comes; exits 0 after the last port has reported, 1 when the\n"
-     "request was refused, 3 when it did not finish within --timeout.",
+     "PortAvailable event as it comes, then (without --json) one row per tested port and the\n"
+     "ports that can be opened; exits 0 after the last port has reported, 1 when the request\n"
+     "was refused, 3 when it did not finish within --timeout.",
      runTest}};
 
 }  // namespace
