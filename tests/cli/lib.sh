@@ -63,3 +63,18 @@ sysfs_tty() {
     ln -s "$root/devices/$device" "$root/devices/$dir/device"
   fi
 }
+
+# require_packages PKG...: installs the Debian packages a test drives when they are missing
+# (scripts/install-deps installs them for the whole run; this serves a test run on its own).
+require_packages() {
+  local missing=() p
+  for p in "$@"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  local sudo=(); [ "$(id -u)" -ne 0 ] && sudo=(sudo)
+  local wait=(-o DPkg::Lock::Timeout=300)  # other tests may be installing at the same time
+  "${sudo[@]}" apt-get "${wait[@]}" update -qq >/dev/null &&
+    DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get "${wait[@]}" install -y -qq "${missing[@]}" >/dev/null ||
+    fail "could not install ${missing[*]}"
+}

@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -27,16 +29,24 @@ void onSignal(int) { stopRequested = 1; }
 const char* const kUsage =
     "usage: tovport-phone [--device PATH] [--maker TEXT] [--model TEXT] [--echo on|off] [--delay MS]\n"
     "                     [--split N] [--split-pause MS] [--error COMMAND]... [--silent]\n"
-    "                     [--close-after COMMAND] [--until-stdin-closes]\n";
+    "                     [--close-after COMMAND] [--log FILE] [--until-stdin-closes]\n";
 
 const char* const kHelp =
     "Simulates a phone that answers AT commands. Opens a pseudo-terminal (or the device given with\n"
     "--device), prints the path of the end a host should open on the first line of stdout, and\n"
     "answers until it receives SIGINT, SIGTERM or SIGHUP (then it exits 0). It never reads the\n"
     "terminal, so it runs in the background of an interactive shell.\n\n"
-    "  AT+CGMI   answers the maker:  CR LF <maker> CR LF CR LF OK CR LF\n"
-    "  AT+CGMM   answers the model:  CR LF <model> CR LF CR LF OK CR LF\n"
-    "  anything else                 CR LF ERROR CR LF\n\n"
+    "It answers as a phone of the family does, in upper or lower case, several commands on one\n"
+    "line separated by ';' (AT+CMEE=1;+CGMI):\n"
+    "  AT+CGMI, AT+GMI    the maker:  CR LF <maker> CR LF CR LF OK CR LF\n"
+    "  AT+CGMM, AT+GMM    the model:  CR LF <model> CR LF CR LF OK CR LF\n"
+    "  AT+CGMR, AT+GMR    the software revision;  AT+CGSN, AT+GSN  the IMEI;  AT+CIMI  the IMSI\n"
+    "  ATI, ATI0          maker, model and revision (ATI1 to ATI9: OK)\n"
+    "  AT, ATZ, AT&F      OK (ATZ and AT&F restore the settings below)\n"
+    "  ATE0/ATE1          echo off/on;  ATV0/ATV1  numeric/word result codes;  ATQ0/ATQ1\n"
+    "  AT+CMEE=0|1|2      failures as ERROR, +CME ERROR: <number> or +CME ERROR: <text>\n"
+    "  AT+CSCS, AT+CFUN, AT+CPIN?, AT+CSQ, AT+CBC, and AT+CLAC listing every command\n"
+    "  anything else      CR LF ERROR CR LF\n\n"
     "Options:\n"
     "  --device PATH      use this device instead of a new pseudo-terminal\n"
     "  --maker TEXT       the maker answer (default SIEMENS)\n"
@@ -49,6 +59,7 @@ const char* const kHelp =
     "  --silent           never answer\n"
     "  --close-after COMMAND  after answering COMMAND (e.g. AT+CGMI) close the line, as a phone\n"
     "                     unplugged mid-dialogue; the program goes on until it is told to stop\n"
+    "  --log FILE         write each command line received and each answer sent to FILE\n"
     "  --until-stdin-closes  also end when stdin reaches its end (for a caller that holds a pipe)\n"
     "  --help             this text\n";
 
@@ -59,6 +70,7 @@ struct Options {
   int pieces = 1;
   int pauseMs = 200;
   std::string closeAfter;  // upper case; empty: never
+  std::string log;         // empty: none
   bool untilStdinCloses = false;
 };
 
@@ -103,6 +115,7 @@ Options parse(int argc, char** argv, bool& help) {
     else if (a == "--split-pause") o.pauseMs = number(a, value(), 0);
     else if (a == "--error") o.profile.failing.insert(upper(value()));
     else if (a == "--close-after") o.closeAfter = upper(value());
+    else if (a == "--log") o.log = value();
     else if (a == "--silent") o.profile.silent = true;
     else if (a == "--until-stdin-closes") o.untilStdinCloses = true;
     else throw UsageError("unknown option " + a);
@@ -127,6 +140,25 @@ void writeAll(int fd, const std::string& bytes) {
     }
     done += static_cast<std::size_t>(n);
   }
+}
+
+// A log line: what came or went, control characters written as \r, \n or \xNN.
+std::string logLine(const char* what, const std::string& bytes) {
+  std::string text = what;
+  for (unsigned char c : bytes) {
+    if (c == '\r') {
+      text += "\\r";
+    } else if (c == '\n') {
+      text += "\\n";
+    } else if (c < 0x20 || c == 0x7f || c == '\\') {
+      char escaped[8];
+      std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
+      text += escaped;
+    } else {
+      text.push_back(static_cast<char>(c));
+    }
+  }
+  return text + "\n";
 }
 
 void closeLine(int& line, int& keepOpen) {
@@ -158,6 +190,15 @@ int run(const Options& o, const sigset_t& waitMask) {
     makeRaw(line);
     path = o.device;
   }
+  std::ofstream log;
+  if (!o.log.empty()) {
+    log.open(o.log, std::ios::app);
+    if (!log) {
+      std::cerr << "tovport-phone: " << o.log << ": " << std::strerror(errno) << "\n";
+      closeLine(line, keepOpen);
+      return 1;
+    }
+  }
   std::cout << path << std::endl;
 
   Responder phone(o.profile);
@@ -179,13 +220,16 @@ int run(const Options& o, const sigset_t& waitMask) {
       const ssize_t r = ::read(line, buf, sizeof buf);
       if (r <= 0) continue;
       if (!o.closeAfter.empty()) heard += upper(std::string(buf, static_cast<std::size_t>(r)));
-      for (const auto& answer : phone.receive(std::string(buf, static_cast<std::size_t>(r)))) {
+      for (const auto& exchange : phone.receive(std::string(buf, static_cast<std::size_t>(r)))) {
+        if (log.is_open()) log << logLine("received ", exchange.command) << std::flush;
+        if (exchange.answer.empty()) continue;
         if (o.delayMs > 0) ::usleep(static_cast<useconds_t>(o.delayMs) * 1000);
-        const auto pieces = split(answer, o.pieces);
+        const auto pieces = split(exchange.answer, o.pieces);
         for (std::size_t i = 0; i < pieces.size(); ++i) {
           if (i > 0) ::usleep(static_cast<useconds_t>(o.pauseMs) * 1000);
           writeAll(line, pieces[i]);
         }
+        if (log.is_open()) log << logLine("sent ", exchange.answer) << std::flush;
       }
       if (!o.closeAfter.empty() && heard.find(o.closeAfter + "\r") != std::string::npos) {
         tcdrain(line);
