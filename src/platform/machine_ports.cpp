@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 #include <tuple>
 
@@ -16,6 +17,8 @@ constexpr std::string_view kPortsClass = "Control\\Class\\{4D36E978-E325-11CE-BF
 constexpr std::string_view kSerialService = "{00001101-0000-1000-8000-00805f9b34fb}_LOCALMFG&0000";
 
 std::string str(std::string_view s) { return std::string(s); }
+
+std::string identityKey(int port) { return str(kPortPathsKey) + "\\COM" + std::to_string(port); }
 
 std::string format(const char* pattern, unsigned a, unsigned b = 0, unsigned c = 0) {
   char text[64];
@@ -81,6 +84,12 @@ class ViewWriter {
 
   void add(const SerialPortDevice& p) {
     const std::string com = "COM" + std::to_string(p.com);
+    if (p.console) {
+      listDevice(numbered("Console"), com);
+      setComPortPath(reg_, p.com, p.path);
+      writeIdentity(p);
+      return;
+    }
     switch (p.kind) {
       case SerialKind::BuiltIn:
         listDevice("Serial" + std::to_string(trailingNumber(p.name)), com);
@@ -101,9 +110,30 @@ class ViewWriter {
         break;
     }
     setComPortPath(reg_, p.com, p.path);
+    writeIdentity(p);
   }
 
  private:
+  void writeIdentity(const SerialPortDevice& p) {
+    const std::string key = identityKey(p.com);
+    const auto text = [&](std::string_view name, const std::string& value) {
+      if (!value.empty()) reg_.setString(key, name, value);
+    };
+    text("Driver", p.driver);
+    text("ById", p.byId);
+    if (p.console) reg_.setDword(key, "Console", 1);
+    if (p.kind != SerialKind::Usb && p.usbInterface.empty()) return;
+    reg_.setDword(key, "VendorId", p.vendor);
+    reg_.setDword(key, "ProductId", p.product);
+    if (!p.usbInterface.empty()) {
+      text("UsbInterface", p.usbInterface);
+      reg_.setDword(key, "InterfaceNumber", p.interfaceNumber);
+    }
+    text("Manufacturer", p.manufacturer);
+    text("Product", p.productName);
+    text("SerialNumber", p.serialNumber);
+  }
+
   // Every port the system knows is listed under SerialComm by its driver's device name.
   void listDevice(const std::string& deviceName, const std::string& com) {
     reg_.setString(str(kLocalMachine) + "Hardware\\DeviceMap\\SerialComm", "\\Device\\" + deviceName, com);
@@ -178,6 +208,7 @@ void describeComPorts(Registry& registry, const std::vector<SerialPortDevice>& p
 
 void setComPortPath(Registry& registry, int port, std::string_view path) {
   registry.setString(kPortPathsKey, "COM" + std::to_string(port), path);
+  registry.deleteKey(identityKey(port));
 }
 
 std::map<int, std::string> comPortPaths() {
@@ -206,6 +237,60 @@ std::map<int, std::string> comPortPaths() {
   }
   RegCloseKey(key);
   return paths;
+}
+
+namespace {
+
+// A value of an open key, if it is there with the type asked for.
+std::optional<std::string> textValue(HKEY key, const char* name) {
+  DWORD type = 0;
+  DWORD size = 0;
+  if (RegQueryValueExA(key, name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS || type != REG_SZ) return {};
+  std::string data(size, '\0');
+  RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
+  data.resize(size);
+  if (!data.empty() && data.back() == '\0') data.pop_back();
+  return data;
+}
+
+std::optional<DWORD> dwordValue(HKEY key, const char* name) {
+  DWORD type = 0;
+  DWORD value = 0;
+  DWORD size = sizeof value;
+  if (RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(&value), &size) != ERROR_SUCCESS ||
+      type != REG_DWORD)
+    return {};
+  return value;
+}
+
+}  // namespace
+
+std::map<int, SerialPortDevice> comPortDevices() {
+  std::map<int, SerialPortDevice> devices;
+  for (const auto& [port, path] : comPortPaths()) {
+    SerialPortDevice& d = devices[port];
+    d.com = port;
+    d.path = path;
+    HKEY key = 0;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, identityKey(port).substr(kLocalMachine.size()).c_str(), 0, KEY_READ, &key) !=
+        ERROR_SUCCESS)
+      continue;
+    d.driver = textValue(key, "Driver").value_or("");
+    d.byId = textValue(key, "ById").value_or("");
+    d.console = dwordValue(key, "Console").value_or(0) != 0;
+    if (const auto vendor = dwordValue(key, "VendorId")) {
+      d.kind = SerialKind::Usb;
+      d.vendor = *vendor;
+      d.product = dwordValue(key, "ProductId").value_or(0);
+      d.usbInterface = textValue(key, "UsbInterface").value_or("");
+      d.interfaceNumber = dwordValue(key, "InterfaceNumber").value_or(0);
+      d.manufacturer = textValue(key, "Manufacturer").value_or("");
+      d.productName = textValue(key, "Product").value_or("");
+      d.serialNumber = textValue(key, "SerialNumber").value_or("");
+    }
+    RegCloseKey(key);
+  }
+  return devices;
 }
 
 }  // namespace tov::platform

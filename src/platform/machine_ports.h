@@ -31,6 +31,15 @@ struct SerialPortDevice {
   std::string address;
   unsigned channel = 0;
   int com = 0;  // set by numberComPorts; 0 when no number up to 255 was left
+  // What tells the user which device this is: the USB device's own strings and the stable name
+  // udev gives the node (/dev/serial/by-id/...), where there are any.
+  std::string manufacturer;
+  std::string productName;
+  std::string serialNumber;
+  std::string byId;
+  // The system console: kept in the view, but as a port no enumerator classifies, so that no sweep
+  // of the component writes to it.
+  bool console = false;
 };
 
 // Orders the ports and numbers them so that the same hardware on the same sockets always gets the
@@ -39,15 +48,22 @@ struct SerialPortDevice {
 void numberComPorts(std::vector<SerialPortDevice>& ports);
 
 // Writes the keys and values the system and the drivers would have for the numbered ports, and
-// each port's device under kPortPathsKey.
+// each port's device and identity under kPortPathsKey. A console is listed as a serial device
+// only, which discovery reads as unclassified.
 void describeComPorts(Registry& registry, const std::vector<SerialPortDevice>& ports);
 
 // Values "COMn" = device path: the host's map from COM numbers to devices, kept in the view so
-// that a saved view loads back with its devices.
+// that a saved view loads back with its devices; beside them a key "COMn" per port with what that
+// device is (driver, console, USB ids and strings, by-id name). Setting a port's path drops its
+// identity, which described the device it had before.
 inline constexpr std::string_view kPortPathsKey = "HKEY_LOCAL_MACHINE\\Software\\tovport\\Ports";
 void setComPortPath(Registry& registry, int port, std::string_view path);
 // The map kPortPathsKey of the process's registry holds. A value name that is no COMn (n 1 to 255)
 // or data that are no text throw std::invalid_argument naming the value.
 std::map<int, std::string> comPortPaths();
+// The ports of comPortPaths with the identity the view keeps for each: path, com, driver, console,
+// byId and, for a port on the USB bus (read back as kind Usb, whatever driver serves it), its ids,
+// interface and strings. Values of the wrong type are left out.
+std::map<int, SerialPortDevice> comPortDevices();
 
 }  // namespace tov::platform

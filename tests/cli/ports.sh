@@ -6,19 +6,20 @@ F=$TOVPORT_FIXTURES
 # expect_line REGEX: a line of $out matches the extended regular expression.
 expect_line() { printf '%s\n' "$out" | grep -Eq -- "$1" || fail "no line matching '$1' in: $out"; }
 
-# JSON: exactly 32 objects in port order.
+# JSON: exactly 32 objects in port order; a hand-written view knows no device behind its ports.
+none=',"node":null,"console":false,"driver":null,"usb":null,"byId":null}'
 expect_exit 0 "$TOVPORT" --registry "$F/xp_sp2_microsoft.reg" --os xp-sp2 --json ports
 [ "$(printf '%s\n' "$out" | wc -l)" -eq 32 ] || fail "not 32 lines: $out"
-[ "$(printf '%s\n' "$out" | sed -n 1p)" = '{"PortNr":1,"type":"cptSerial","name":"seriell","path":null}' ] || fail "port 1: $out"
-[ "$(printf '%s\n' "$out" | sed -n 2p)" = '{"PortNr":2,"type":"cptNone","name":"kein COM-Port","path":null}' ] || fail "port 2: $out"
-expect_contains "$out" '{"PortNr":5,"type":"cptBTSerialIn","name":"Bluetooth SerialIn","path":null}'
-expect_contains "$out" '{"PortNr":6,"type":"cptBTDialUp","name":"Bluetooth DialUp","path":null}'
-expect_contains "$out" '{"PortNr":12,"type":"cptUnknown","name":"unbekannter Typ","path":null}'
-[ "$(printf '%s\n' "$out" | sed -n 32p)" = '{"PortNr":32,"type":"cptNone","name":"kein COM-Port","path":null}' ] || fail "port 32: $out"
+[ "$(printf '%s\n' "$out" | sed -n 1p)" = '{"PortNr":1,"type":"cptSerial","name":"seriell","path":null'"$none" ] || fail "port 1: $out"
+[ "$(printf '%s\n' "$out" | sed -n 2p)" = '{"PortNr":2,"type":"cptNone","name":"kein COM-Port","path":null'"$none" ] || fail "port 2: $out"
+expect_contains "$out" '{"PortNr":5,"type":"cptBTSerialIn","name":"Bluetooth SerialIn","path":null'"$none"
+expect_contains "$out" '{"PortNr":6,"type":"cptBTDialUp","name":"Bluetooth DialUp","path":null'"$none"
+expect_contains "$out" '{"PortNr":12,"type":"cptUnknown","name":"unbekannter Typ","path":null'"$none"
+[ "$(printf '%s\n' "$out" | sed -n 32p)" = '{"PortNr":32,"type":"cptNone","name":"kein COM-Port","path":null'"$none" ] || fail "port 32: $out"
 
 # Before Service Pack 2 the same ports are told apart only by friendly name; --json after the command.
 expect_exit 0 "$TOVPORT" --registry "$F/xp_sp2_microsoft.reg" --os xp ports --json
-expect_contains "$out" '{"PortNr":9,"type":"cptBluetooth","name":"Bluetooth","path":null}'
+expect_contains "$out" '{"PortNr":9,"type":"cptBluetooth","name":"Bluetooth","path":null'"$none"
 
 # Plain lines in aligned columns under a heading: only the ports that exist or have a device.
 expect_exit 0 "$TOVPORT" --registry "$F/nt_mixed.reg" --os xp-sp2 --map COM20=/dev/null ports
@@ -71,18 +72,21 @@ sysfs_tty "$sys" ircomm0 virtual/tty/ircomm0
 sysfs_tty "$sys" tty1 virtual/tty/tty1
 dev="$work/dev"
 mkdir -p "$dev"
+: >"$dev/ttyS0"  # the infrared port's node is missing
 expect_exit 0 "$TOVPORT" --sysfs "$sys" --dev "$dev" ports
-[ "$out" = "$(printf '%s\n' 'port  type       name      path' "COM1  cptSerial  seriell   $dev/ttyS0" \
-                              "COM2  cptIrDa    Infrarot  $dev/ircomm0")" ] || fail "made-up machine: $out"
+width=$((${#dev} + 10))  # the longer path, $dev/ircomm0, and two blanks
+[ "$out" = "$(printf '%s%-*s%s\n' 'port  type       name      ' $width path note \
+                                  'COM1  cptSerial  seriell   ' 0 "$dev/ttyS0" '' \
+                                  'COM2  cptIrDa    Infrarot  ' $width "$dev/ircomm0" 'device node missing')" ] ||
+  fail "made-up machine: $out"
 expect_exit 0 "$TOVPORT" --sysfs "$sys" --dev "$dev" --map COM2=/dev/null --json ports
-expect_contains "$out" '{"PortNr":2,"type":"cptIrDa","name":"Infrarot","path":"/dev/null"}'
+expect_contains "$out" '{"PortNr":2,"type":"cptIrDa","name":"Infrarot","path":"/dev/null","node":"present"'
 mapped=$out
 "$TOVPORT" --sysfs "$sys" --dev "$dev" --map COM2=/dev/null ports --registry-dump >"$work/made-up.reg"
 expect_exit 0 "$TOVPORT" --registry "$work/made-up.reg" --json ports
 [ "$out" = "$mapped" ] || fail "the saved made-up view differs: $out"
 
 # A device the user may not open is explained: who may open it and how to join them.
-: >"$dev/ttyS0"
 if [ "$(id -u)" -eq 0 ]; then
   chmod 755 "$work"
   chgrp dialout "$dev/ttyS0" && chmod 660 "$dev/ttyS0"

@@ -21,9 +21,9 @@ ln -s "$PTY_modem" "$dev/ttyUSB0"
 ln -s "$PTY_irda" "$dev/ircomm0"
 
 expect_exit 0 "$TOVPORT" --sysfs "$sys" --dev "$dev" --json ports
-expect_contains "$out" "{\"PortNr\":1,\"type\":\"cptUSBPassive\",\"name\":\"USB Passive\",\"path\":\"$dev/ttyUSB0\"}"
-expect_contains "$out" "{\"PortNr\":2,\"type\":\"cptUnknown\",\"name\":\"unbekannter Typ\",\"path\":\"$dev/ttyUSB1\"}"
-expect_contains "$out" "{\"PortNr\":3,\"type\":\"cptIrDa\",\"name\":\"Infrarot\",\"path\":\"$dev/ircomm0\"}"
+expect_contains "$out" "{\"PortNr\":1,\"type\":\"cptUSBPassive\",\"name\":\"USB Passive\",\"path\":\"$dev/ttyUSB0\","
+expect_contains "$out" "{\"PortNr\":2,\"type\":\"cptUnknown\",\"name\":\"unbekannter Typ\",\"path\":\"$dev/ttyUSB1\","
+expect_contains "$out" "{\"PortNr\":3,\"type\":\"cptIrDa\",\"name\":\"Infrarot\",\"path\":\"$dev/ircomm0\","
 expect_exit 0 "$TOVPORT" --sysfs "$sys" --dev "$dev" --json detect
 expect_contains "$out" '{"event":"DeviceDetected","PortNr":1,"devicename":"BenQ-Siemens S65","DoSiemensAPN":true,"device":"dtSiemens_S65","error":"dde_NoError"'
 expect_contains "$out" '{"event":"DeviceDetected","PortNr":3,"devicename":"BenQ-Siemens SL75","DoSiemensAPN":true,"device":"dtSiemens_SL75","error":"dde_NoError"'

@@ -1,11 +1,16 @@
 // tovport detect [--port N | --list LIST] and tovport test [--port N]: the detection and
 // port-test requests, each run to its end mark.
+#include <iostream>
 #include <optional>
+#include <set>
+#include <string_view>
 
 #include <tovport/automation/convert.h>
 #include <tovport/component/types.h>
 #include <tovport/component/tovcomprtv3.h>
 #include "event_printer.h"
+#include "host_platform.h"
+#include "platform/machine_ports.h"
 #include "summary.h"
 
 namespace tovport_cli {
@@ -48,9 +53,30 @@ Target parseTarget(const std::string& command, const std::vector<std::string>& a
   return target;
 }
 
+// The system console is never opened by a request that sweeps the ports: its device is withheld
+// (a detection sweep does not test it anyway, the view lists it unclassified), and a port test
+// reports it not available, saying so. A request that names the port opens it, and is told what
+// it is.
+void guardConsoles(const char* command, const Target& target) {
+  const bool sweep = !target.port && !target.list;
+  const std::set<int> named = target.port ? std::set<int>{*target.port}
+                              : target.list ? listedPorts(*target.list)
+                                            : std::set<int>{};
+  const bool portTest = std::string_view(command) == "test";
+  for (const auto& [port, device] : tov::platform::comPortDevices()) {
+    if (!device.console) continue;
+    if (sweep) withholdDevice(port);
+    if (!named.count(port) && !(sweep && portTest)) continue;
+    std::cerr << "tovport: COM" << port << " (" << device.path << ") is the system console";
+    if (sweep) std::cerr << ": left closed; 'tovport " << command << " --port " << port << "' tests it";
+    std::cerr << "\n";
+  }
+}
+
 int runDetect(const HostOptions& options, const std::vector<std::string>& args) {
   using Call = RequestScope::Call;
   const Target target = parseTarget("detect", args, true);
+  guardConsoles("detect", target);
   if (target.port)
     return runRequest(
         options, [&](IDispatch& c) { return toBool(callByName(c, u"DetectDevice", {*target.port})); },
@@ -71,6 +97,7 @@ int runDetect(const HostOptions& options, const std::vector<std::string>& args) 
 int runTest(const HostOptions& options, const std::vector<std::string>& args) {
   using Call = RequestScope::Call;
   const Target target = parseTarget("test", args, false);
+  guardConsoles("test", target);
   if (target.port)
     return runRequest(
         options, [&](IDispatch& c) { return toBool(callByName(c, u"PortTest", {*target.port})); },
@@ -83,7 +110,8 @@ int runTest(const HostOptions& options, const std::vector<std::string>& args) {
 const Registration detect{
     {"detect", "detect [--port N | --list LIST]",
      "Looks for BenQ-Siemens phones: on every port the discovery finds testable, on port N\n"
-     "alone, or on the ports of LIST (numbers separated by ';', as in \"1;3;12\"). Prints every\n"
+     "alone, or on the ports of LIST (numbers separated by ';', as in \"1;3;12\"). The system\n"
+     "console is never testable; naming its port tests it, with a note on stderr. Prints every\n"
      "DeviceDetected event as it comes, then (without --json) one row per tested port and the\n"
      "phones found; exits 0 after the last port has reported, 1 when the request was refused,\n"
      "3 when it did not finish within --timeout.",
@@ -91,7 +119,8 @@ const Registration detect{
 
 const Registration test{
     {"test", "test [--port N]",
-     "Tests whether COM ports can be opened: all 32, or port N alone. Prints every\n"
+     "Tests whether COM ports can be opened: all 32 (the system console's port is left closed\n"
+     "and reported not available, with a note on stderr), or port N alone. Prints every\n"
      "PortAvailable event as it comes, then (without --json) one row per tested port and the\n"
      "ports that can be opened; exits 0 after the last port has reported, 1 when the request\n"
      "was refused, 3 when it did not finish within --timeout.",

@@ -35,5 +35,11 @@ class HostPlatform {
 void explainDeniedDevice(int port, const std::string& path);
 // The same, ahead of any open, when this user lacks the permission to open the device.
 void explainIfDenied(int port, const std::string& path);
+// How `ports` reports the device node at path: "present", "missing" or "unreadable" (this user
+// may not open it); empty where the system has no device nodes to look at.
+std::string deviceNodeState(const std::string& path);
+// Keeps the device of COM port `port` from the component's opens until the host ends: a request
+// that did not name the port leaves the system console alone so.
+void withholdDevice(int port);
 
 }  // namespace tovport_cli

@@ -15,6 +15,8 @@
 namespace tovport_cli {
 namespace {
 
+HostPlatform::Parts* installed = nullptr;  // the platform main() set up, for withholdDevice
+
 std::string existingDirectory(const std::optional<std::string>& given, const char* fallback, const char* option) {
   const std::string dir = given.value_or(fallback);
   if (given && !std::filesystem::is_directory(dir)) throw InputError(std::string(option) + ": no folder '" + dir + "'");
@@ -63,9 +65,26 @@ HostPlatform::HostPlatform(const HostOptions& options) : parts_(std::make_unique
     if (parts->deniedPorts.insert(port).second) explainDeniedDevice(port, path);
   });
   parts_->serialScope = std::make_unique<tov::platform::ScopedSerialBackend>(parts_->serial);
+  installed = parts_.get();
 }
 
-HostPlatform::~HostPlatform() = default;
+HostPlatform::~HostPlatform() { installed = nullptr; }
+
+void withholdDevice(int port) {
+  if (installed != nullptr) installed->serial.unmap(port);
+}
+
+std::string deviceNodeState(const std::string& path) {
+  switch (tov::platform::deviceNodeState(path)) {
+    case tov::platform::DeviceNode::Present:
+      return "present";
+    case tov::platform::DeviceNode::Missing:
+      return "missing";
+    case tov::platform::DeviceNode::Refused:
+      return "unreadable";
+  }
+  return {};
+}
 
 void explainDeniedDevice(int port, const std::string& path) {
   std::cerr << "tovport: COM" << port << ": " << tov::platform::accessAdvice(path) << "\n";

@@ -22,6 +22,9 @@ HostPlatform::HostPlatform(const HostOptions& options) {
 
 // On Windows the system's own "Access is denied." is the whole story: nothing to add.
 void explainIfDenied(int, const std::string&) {}
+// The view names no devices there, so there is no node to look at or to keep closed.
+std::string deviceNodeState(const std::string&) { return {}; }
+void withholdDevice(int) {}
 
 HostPlatform::~HostPlatform() = default;
 

@@ -18,19 +18,6 @@ using Call = RequestScope::Call;
 
 bool isDetection(Call call) { return call == Call::DetectAll || call == Call::DetectPort || call == Call::DetectList; }
 
-// The ports of a list the way the component reads it: entries separated by ';', blanks allowed.
-std::set<int> listedPorts(const std::string& list) {
-  std::set<int> ports;
-  std::istringstream entries(list);
-  for (std::string entry; std::getline(entries, entry, ';');) {
-    try {
-      ports.insert(std::stoi(entry));
-    } catch (const std::exception&) {  // an entry the component refuses: the request failed anyway
-    }
-  }
-  return ports;
-}
-
 // Which ports the request tested, by the kinds each request leaves out.
 bool tested(const RequestScope& scope, const std::set<int>& listed, int port, tov::ComPortType kind) {
   switch (scope.call) {
@@ -75,6 +62,18 @@ std::string joined(const std::vector<std::string>& items) {
 }
 
 }  // namespace
+
+std::set<int> listedPorts(const std::string& list) {
+  std::set<int> ports;
+  std::istringstream entries(list);
+  for (std::string entry; std::getline(entries, entry, ';');) {
+    try {
+      ports.insert(std::stoi(entry));
+    } catch (const std::exception&) {  // an entry the component refuses: the request failed anyway
+    }
+  }
+  return ports;
+}
 
 void printSummary(std::ostream& out, IDispatch& component, const RequestScope& scope,
                   const std::vector<HostEvent>& events) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@ struct RequestScope {
   std::int16_t port = 0;  // DetectPort, TestPort
   std::string list;       // DetectList, as given ("1;3;12")
 };
+
+// The ports of a list the way the component reads it: entries separated by ';', blanks allowed;
+// entries that are no number are left out.
+std::set<int> listedPorts(const std::string& list);
 
 // The summary of a finished request; the kinds come from the component's port table.
 void printSummary(std::ostream& out, tov::automation::IDispatch& component, const RequestScope& scope,

@@ -27,6 +27,12 @@ bool mayOpenDevice(const std::string& path) {
   return access(path.c_str(), R_OK | W_OK) == 0 || (errno != EACCES && errno != EPERM);
 }
 
+DeviceNode deviceNodeState(const std::string& path) {
+  struct stat st {};
+  if (stat(path.c_str(), &st) != 0) return errno == EACCES ? DeviceNode::Refused : DeviceNode::Missing;
+  return mayOpenDevice(path) ? DeviceNode::Present : DeviceNode::Refused;
+}
+
 std::string accessAdvice(const std::string& path) {
   const std::string refused = "this user may not open " + path + " (permission denied): ";
   struct stat st {};

@@ -1,10 +1,13 @@
 #include "platform/posix/sysfs_serial.h"
 
+#include <algorithm>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace tov::platform {
 namespace {
@@ -36,14 +39,48 @@ bool numbered(std::string_view name, std::string_view prefix) {
          name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
 }
 
+// The last part of a link's target ("pl2303" for .../drivers/pl2303); empty when there is no link.
+std::string linkName(const fs::path& link) {
+  std::error_code ec;
+  const fs::path target = fs::read_symlink(link, ec);
+  return ec ? std::string() : target.filename().string();
+}
+
+// The driver of the device behind a tty. Since Linux 6.5 an 8250 tty's device is a serial-base port
+// below a serial-base controller, each served by the serial core's generic drivers; the driver
+// that tells what the port is serves the device above them, as it did before.
+std::string driverOf(const fs::path& device) {
+  std::error_code ec;
+  fs::path dir = fs::canonical(device, ec);
+  if (ec) return {};
+  while (dir.has_relative_path() && fs::read_symlink(dir / "subsystem", ec).filename() == "serial-base")
+    dir = dir.parent_path();
+  return linkName(dir / "driver");
+}
+
+// The ttys that are the system console; "tty0", the current virtual console, is none of the ports.
+std::set<std::string> consoles(const fs::path& sysfsRoot) {
+  std::ifstream in(sysfsRoot / "class" / "tty" / "console" / "active");
+  std::set<std::string> names;
+  for (std::string name; in >> name;) names.insert(name);
+  return names;
+}
+
+// The name udev gives the node in <dev>/serial/by-id, the first by name when there are several.
+std::string byIdOf(const fs::path& node, const fs::path& devDir) {
+  std::error_code ec;
+  std::vector<fs::path> links;
+  for (fs::directory_iterator it(devDir / "serial" / "by-id", ec), end; !ec && it != end; it.increment(ec))
+    if (it->is_symlink() && fs::equivalent(it->path(), node, ec) && !ec) links.push_back(it->path());
+  return links.empty() ? std::string() : std::min_element(links.begin(), links.end())->string();
+}
+
 // Fills in what the USB bus tells about the port. The tty's device is the interface (cdc-acm) or a
 // port device below it (usb-serial), and the layout above differs between kernels, so the interface
 // and the USB device are found by walking up the real path: the interface has bInterfaceNumber,
 // the device idVendor.
 void readUsb(const fs::path& device, const fs::path& top, SerialPortDevice& port) {
   std::error_code ec;
-  const fs::path driver = fs::read_symlink(device / "driver", ec);
-  if (!ec) port.driver = driver.filename().string();
   bool interfaceFound = false;
   for (fs::path dir = fs::canonical(device, ec); !ec && dir != top && dir.has_relative_path(); dir = dir.parent_path()) {
     if (!interfaceFound && fs::exists(dir / "bInterfaceNumber")) {
@@ -56,6 +93,9 @@ void readUsb(const fs::path& device, const fs::path& top, SerialPortDevice& port
     if (fs::exists(dir / "idVendor")) {
       port.vendor = number(attribute(dir, "idVendor"), 16);
       port.product = number(attribute(dir, "idProduct"), 16);
+      port.manufacturer = attribute(dir, "manufacturer").value_or("");
+      port.productName = attribute(dir, "product").value_or("");
+      port.serialNumber = attribute(dir, "serial").value_or("");
       return;
     }
   }
@@ -67,6 +107,7 @@ std::optional<SerialPortDevice> portOf(const fs::path& entry, const fs::path& to
   const fs::path device = entry / "device";
   std::error_code ec;
   const bool hasDevice = fs::exists(device, ec);
+  if (hasDevice) port.driver = driverOf(device);
   if (numbered(port.name, "rfcomm")) {
     port.kind = SerialKind::Bluetooth;
     port.address = attribute(entry, "address").value_or("");
@@ -81,6 +122,8 @@ std::optional<SerialPortDevice> portOf(const fs::path& entry, const fs::path& to
   } else if (numbered(port.name, "ttyUSB") || numbered(port.name, "ttyACM")) {
     port.kind = SerialKind::Usb;
     readUsb(device, top, port);
+  } else {
+    readUsb(device, top, port);  // another driver's tty may sit on the USB bus too
   }
   return port;
 }
@@ -91,9 +134,13 @@ std::vector<SerialPortDevice> findSerialPorts(const fs::path& sysfsRoot, const f
   std::vector<SerialPortDevice> ports;
   std::error_code ec;
   const fs::path top = fs::canonical(sysfsRoot, ec);
+  const std::set<std::string> console = consoles(sysfsRoot);
   for (fs::directory_iterator it(sysfsRoot / "class" / "tty", ec), end; !ec && it != end; it.increment(ec)) {
     if (auto port = portOf(it->path(), top)) {
-      port->path = (devDir / port->name).string();
+      const fs::path node = devDir / port->name;
+      port->path = node.string();
+      port->byId = byIdOf(node, devDir);
+      port->console = console.count(port->name) > 0;
       ports.push_back(std::move(*port));
     }
   }
