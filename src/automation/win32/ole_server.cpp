@@ -131,9 +131,6 @@ class ServedObject final : public ::IDispatch,
       args.writeBack();
       if (result) toOle(value, result);
       return S_OK;
-    } catch (const UnrepresentableArgument& e) {
-      if (argErr) *argErr = e.index;
-      return DISP_E_TYPEMISMATCH;
     } catch (const RuntimeError& e) {  // a result or by-reference value the host's type cannot take
       if (excep) toOle(ExcepInfo{e.number(), u"tovport", fromUtf8(e.description()), e.hresult()}, excep);
       return DISP_E_EXCEPTION;

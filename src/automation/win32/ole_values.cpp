@@ -111,10 +111,20 @@ SAFEARRAY* storeArray(const SafeArray& array) {
   return out;
 }
 
+// The runtime's value of a host's argument; a value of a type the runtime has none of becomes a
+// placeholder that only a parameter taking any value accepts.
+Variant argumentValue(const VARIANT& value) {
+  try {
+    return fromOle(value);
+  } catch (const RuntimeError&) {
+    return Variant(Variant::Foreign{static_cast<VarType>(value.vt & ~VT_BYREF)});
+  }
+}
+
 // A variable for the callee to write through, pointing at the value held in shadow (which has
-// the caller's type) or, for a caller's variant, at shadow itself.
+// the caller's type) or, for a caller's variant or a placeholder, at shadow itself.
 Variant referenceTo(Variant& shadow, VARTYPE callerType) {
-  if (callerType == VT_VARIANT) return Variant::byRef(&shadow);
+  if (callerType == VT_VARIANT || shadow.isForeign()) return Variant::byRef(&shadow);
   if (auto p = shadow.get<std::int16_t>()) return Variant::byRef(p);
   if (auto p = shadow.get<std::int32_t>()) return Variant::byRef(p);
   if (auto p = shadow.get<double>()) return Variant::byRef(p);
@@ -152,7 +162,9 @@ void toOle(const Variant& value, VARIANT* out) {
   const Variant v = value.deref();
   VariantInit(out);
   const auto type = static_cast<VARTYPE>(v.type());
-  if (type & VT_ARRAY)
+  if (v.isForeign())
+    mismatch();
+  else if (type & VT_ARRAY)
     out->parray = storeArray(*v.array());
   else if (v.isMissing())
     out->scode = DISP_E_PARAMNOTFOUND;
@@ -169,23 +181,23 @@ IncomingArguments::IncomingArguments(const DISPPARAMS& params) {
     VARIANT* arg = &params.rgvarg[i];
     // A variant that refers to another variable stands for that variable.
     while (arg->vt == (VT_BYREF | VT_VARIANT) && (arg->pvarVal->vt & VT_BYREF)) arg = arg->pvarVal;
-    try {
-      const auto type = static_cast<VARTYPE>(arg->vt & ~VT_BYREF);
-      if (!(arg->vt & VT_BYREF)) {
-        params_.args.push_back(fromOle(*arg));
-      } else {
-        if (!isReferenceType(type)) mismatch();
-        shadows_.push_back({arg, type, type == VT_VARIANT ? fromOle(*arg->pvarVal) : fromOle(*arg)});
-        params_.args.push_back(referenceTo(shadows_.back().value, type));
-      }
-    } catch (const RuntimeError&) {
-      throw UnrepresentableArgument{i};
+    const auto type = static_cast<VARTYPE>(arg->vt & ~VT_BYREF);
+    if (!(arg->vt & VT_BYREF)) {
+      params_.args.push_back(argumentValue(*arg));
+      continue;
     }
+    Variant value = !isReferenceType(type) ? Variant(Variant::Foreign{static_cast<VarType>(type)})
+                    : type == VT_VARIANT   ? argumentValue(*arg->pvarVal)
+                                           : argumentValue(*arg);
+    shadows_.push_back({arg, type, std::move(value)});
+    params_.args.push_back(referenceTo(shadows_.back().value, type));
   }
 }
 
 void IncomingArguments::writeBack() {
-  for (auto& s : shadows_) store(s.type, s.target->byref, s.value);
+  // A placeholder the callee left alone leaves the caller's variable as it was.
+  for (auto& s : shadows_)
+    if (!s.value.isForeign()) store(s.type, s.target->byref, s.value);
 }
 
 OutgoingArguments::OutgoingArguments(const DispParams& params)

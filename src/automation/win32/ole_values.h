@@ -26,18 +26,15 @@ Variant fromOle(const VARIANT& value);
 // Writes value into out, which must be empty (VariantInit or VariantClear).
 void toOle(const Variant& value, VARIANT* out);
 
-// An argument that the runtime cannot represent; index counts as DISPPARAMS does (last first).
-struct UnrepresentableArgument {
-  unsigned index;
-};
-
 // The arguments of a call that came in through OLE. A by-reference argument becomes a reference
 // to a variable of this object that holds the caller's value in the caller's type (a VBScript
 // variable, VT_BYREF|VT_VARIANT, becomes a Variant); writeBack() stores what the callee left in
-// those variables back into the caller's.
+// those variables back into the caller's. A value the runtime has no type for enters as a
+// Variant::Foreign placeholder: a parameter of a declared type refuses it as any conversion does
+// (type mismatch), one that takes any value receives it.
 class IncomingArguments {
  public:
-  explicit IncomingArguments(const DISPPARAMS& params);  // throws UnrepresentableArgument
+  explicit IncomingArguments(const DISPPARAMS& params);
   DispParams& params() { return params_; }
   void writeBack();
 
