@@ -115,7 +115,7 @@ struct EnumDesc {
 
 struct FieldDesc {
   std::string_view name;
-  std::string_view idlType;  // "long", "short", "unsigned char"
+  TypeDesc type;
 };
 
 struct RecordDesc {
@@ -123,6 +123,24 @@ struct RecordDesc {
   GUID guid;
   std::vector<FieldDesc> fields;
 };
+
+// The type a VARIANT carries for a value of this type (an enum travels as VT_I4).
+constexpr VarType varTypeOf(const TypeDesc& t) {
+  switch (t.kind) {
+    case TypeKind::Void: return VT_EMPTY;
+    case TypeKind::I2: return VT_I2;
+    case TypeKind::I4: return VT_I4;
+    case TypeKind::UI1: return VT_UI1;
+    case TypeKind::R8: return VT_R8;
+    case TypeKind::Bool: return VT_BOOL;
+    case TypeKind::BStr: return VT_BSTR;
+    case TypeKind::Date: return VT_DATE;
+    case TypeKind::Variant: return VT_VARIANT;
+    case TypeKind::Dispatch: return VT_DISPATCH;
+    case TypeKind::Enum: return VT_I4;
+  }
+  return VT_EMPTY;
+}
 
 namespace detail {
 
