@@ -1,6 +1,7 @@
 #include "automation/win32/ole_values.h"
 
 #include <cstring>
+#include <string>
 
 #include <tovport/automation/convert.h>
 #include <tovport/automation/runtime_error.h>
@@ -175,6 +176,33 @@ void toOle(const Variant& value, VARIANT* out) {
   out->vt = type;
 }
 
+void toOle(const Variant& value, VARTYPE type, void* target) {
+  if (type == VT_VARIANT) VariantInit(static_cast<VARIANT*>(target));
+  if (type == VT_BSTR) *static_cast<BSTR*>(target) = nullptr;
+  store(type, target, value);
+}
+
+VARIANT tableArgument(VarType type, void* value) {
+  VARIANT v;
+  VariantInit(&v);
+  v.vt = static_cast<VARTYPE>(type);
+  if (type & VT_BYREF) {
+    v.byref = value;
+    return v;
+  }
+  switch (type) {
+    case VT_I2: v.iVal = *static_cast<const SHORT*>(value); break;
+    case VT_I4: v.lVal = *static_cast<const LONG*>(value); break;
+    case VT_R8: v.dblVal = *static_cast<const DOUBLE*>(value); break;
+    case VT_UI1: v.bVal = *static_cast<const BYTE*>(value); break;
+    case VT_BOOL: v.boolVal = *static_cast<const VARIANT_BOOL*>(value); break;
+    case VT_BSTR: v.bstrVal = *static_cast<const BSTR*>(value); break;
+    case VT_DATE: v.date = *static_cast<const DATE*>(value); break;
+    default: mismatch();
+  }
+  return v;
+}
+
 IncomingArguments::IncomingArguments(const DISPPARAMS& params) {
   shadows_.reserve(params.cArgs);
   for (unsigned i = 0; i < params.cArgs; ++i) {
@@ -235,11 +263,34 @@ void OutgoingArguments::writeBack(DispParams& params) {
     if (params.args[i].isByRef()) params.args[i].assign(fromOle(values_[i]));
 }
 
+namespace {
+HRESULT scodeOf(const ExcepInfo& excep) {
+  return excep.scode != S_OK ? excep.scode : static_cast<HRESULT>(0x800A0000u + static_cast<unsigned>(excep.code));
+}
+}  // namespace
+
 void toOle(const ExcepInfo& excep, EXCEPINFO* out) {
   std::memset(out, 0, sizeof *out);
   out->bstrSource = allocText(excep.source);
   out->bstrDescription = allocText(excep.description);
-  out->scode = excep.scode != S_OK ? excep.scode : static_cast<SCODE>(0x800A0000u + static_cast<unsigned>(excep.code));
+  out->scode = scodeOf(excep);
+}
+
+HRESULT raiseErrorInfo(const ExcepInfo& excep, const GUID& iid) {
+  ICreateErrorInfo* created = nullptr;
+  IErrorInfo* info = nullptr;
+  if (SUCCEEDED(CreateErrorInfo(&created))) {
+    const std::wstring source(excep.source.begin(), excep.source.end());
+    const std::wstring description(excep.description.begin(), excep.description.end());
+    created->SetGUID(toOle(iid));
+    created->SetSource(const_cast<LPOLESTR>(source.c_str()));
+    created->SetDescription(const_cast<LPOLESTR>(description.c_str()));
+    created->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
+    created->Release();
+  }
+  SetErrorInfo(0, info);
+  if (info) info->Release();
+  return scodeOf(excep);
 }
 
 ExcepInfo fromOle(const EXCEPINFO& excep) {

@@ -1,7 +1,7 @@
 // The in-process server on Windows: registration in the system registry (the rows of
 // registration.h, with this DLL's path, in the view of this DLL's width), and the class factory
-// handing out tovComPrtv3 objects served through real OLE Automation. The type library is a
-// resource of this DLL (TYPELIB 1).
+// handing out tovComPrtv3 objects served through real OLE Automation, by name and through the dual
+// interface's function table. The type library is a resource of this DLL (TYPELIB 1).
 #include <tovport/component/guids.h>
 #include <tovport/component/tovcomprtv3.h>
 #include "component/win32/registration_win32.h"
@@ -31,10 +31,18 @@ ITypeLib* typeLibrary() {
   return library;
 }
 
+const ole::ClassInfo& classInfo() {
+  static const ole::ClassInfo info = [] {
+    ole::ClassInfo i{tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, typeLibrary(), {}};
+    for (const auto& m : tov::tovComPrtv3::methods()) i.functionTable.push_back(m.tableEntry);
+    return i;
+  }();
+  return info;
+}
+
 ::IDispatch* createComponent() {
   auto component = tov::tovComPrtv3::create();
-  const ole::ClassInfo info{tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, typeLibrary()};
-  return ole::serve(tov::automation::Ref<tov::automation::IDispatch>(component.get()), info);
+  return ole::serve(tov::automation::Ref<tov::automation::IDispatch>(component.get()), classInfo());
 }
 
 constexpr tov::Width kWidth = sizeof(void*) == 8 ? tov::Width::Bits64 : tov::Width::Bits32;

@@ -181,7 +181,7 @@ class ServedComponent : public ::testing::Test {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     auto component = tov::tovComPrtv3::create();
     object = ole::serve(ta::Ref<ta::IDispatch>(component.get()),
-                        {tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, nullptr});
+                        {tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, nullptr, {}});
   }
   void TearDown() override {
     object->Release();
@@ -256,7 +256,7 @@ TEST_F(ServedComponent, ASinkOnTheConnectionPointHearsEventsAndItsChangesReachTh
   IConnectionPoint* point = nullptr;
   ASSERT_EQ(container->FindConnectionPoint(ole::toOle(tov::DIID___tovComPrtv3), &point), S_OK);
   ta::Ref<MovingSink> sink(new MovingSink);
-  ::IDispatch* served = ole::serve(sink, {{}, tov::DIID___tovComPrtv3, tov::DIID___tovComPrtv3, nullptr});
+  ::IDispatch* served = ole::serve(sink, {{}, tov::DIID___tovComPrtv3, tov::DIID___tovComPrtv3, nullptr, {}});
   DWORD cookie = 0;
   ASSERT_EQ(point->Advise(served, &cookie), S_OK);
   VARIANT result;
