@@ -1,34 +1,42 @@
-# The type library as resource TYPELIB 1 of tovport.dll, so that LoadTypeLib on the DLL's path
-# finds it: compiled by widl from the IDL that tovport-idlgen writes in widl's dialect. A
-# cross-build cannot run the generator it builds; TOVPORT_HOST_IDLGEN names the same generator
-# built for the build machine (scripts/build-windows builds it first).
+# The type library tovport 2.7, written by tovport-typelibgen from the interface table with the
+# system's ICreateTypeLib2 for both pointer widths (with the C++ header early-bound hosts include),
+# and embedded as resource TYPELIB 1 of tovport.dll, so that LoadTypeLib on the DLL's path finds it.
+# A cross-build runs the generator under 64-bit Wine in a throw-away prefix. A build whose
+# generator cannot run on this machine (the 32-bit cross-build: Wine's 32-bit half is not
+# installed) embeds the library of its width that another build wrote: TOVPORT_TYPELIB names it.
 enable_language(RC)
-set(TOVPORT_HOST_IDLGEN "" CACHE FILEPATH "tovport-idlgen built for the build machine")
-if(NOT TOVPORT_HOST_IDLGEN)
-  message(FATAL_ERROR "The Windows build needs -DTOVPORT_HOST_IDLGEN=<tovport-idlgen built for this machine>")
-endif()
-string(REGEX REPLACE "g\\+\\+(-posix|-win32)?$" "widl" TOVPORT_WIDL_GUESS "${CMAKE_CXX_COMPILER}")
-find_program(TOVPORT_WIDL NAMES ${TOVPORT_WIDL_GUESS} widl REQUIRED)
-# stdole2.tlb, which the library imports; Wine ships one.
-find_path(TOVPORT_STDOLE2_DIR stdole2.tlb REQUIRED NO_CMAKE_FIND_ROOT_PATH PATHS
-  /usr/lib/x86_64-linux-gnu/wine/x86_64-windows /usr/lib/i386-linux-gnu/wine/i386-windows
-  /usr/lib/wine/x86_64-windows /usr/lib/wine/i386-windows)
-
+set(TOVPORT_TYPELIB "" CACHE FILEPATH "tovport.tlb of this build's width, written by another build's generator")
 set(TOVPORT_TYPELIB_DIR ${PROJECT_BINARY_DIR}/typelib)
-set(TOVPORT_TYPELIB_SOURCES ${PROJECT_SOURCE_DIR}/src/component/win32)
-file(MAKE_DIRECTORY ${TOVPORT_TYPELIB_DIR})
-add_custom_command(OUTPUT ${TOVPORT_TYPELIB_DIR}/tovport.idl
-  COMMAND ${TOVPORT_HOST_IDLGEN} --widl > ${TOVPORT_TYPELIB_DIR}/tovport.idl
-  DEPENDS ${TOVPORT_HOST_IDLGEN}
-  COMMENT "Generating tovport.idl for widl")
-add_custom_command(OUTPUT ${TOVPORT_TYPELIB_DIR}/tovport.tlb
-  COMMAND ${TOVPORT_WIDL} -I ${TOVPORT_TYPELIB_DIR} -L ${TOVPORT_STDOLE2_DIR} -t -o ${TOVPORT_TYPELIB_DIR}/tovport.tlb
-          ${TOVPORT_TYPELIB_SOURCES}/tovport_typelib.idl
-  DEPENDS ${TOVPORT_TYPELIB_DIR}/tovport.idl ${TOVPORT_TYPELIB_SOURCES}/tovport_typelib.idl
-  COMMENT "Compiling the type library tovport.tlb")
 
-set(TOVPORT_TYPELIB_RC ${TOVPORT_TYPELIB_SOURCES}/tovport_typelib.rc)
-set_source_files_properties(${TOVPORT_TYPELIB_RC} PROPERTIES
-  OBJECT_DEPENDS ${TOVPORT_TYPELIB_DIR}/tovport.tlb
-  INCLUDE_DIRECTORIES ${TOVPORT_TYPELIB_DIR})
+if(TOVPORT_TYPELIB)
+  set(TOVPORT_TLB ${TOVPORT_TYPELIB})
+elseif(CMAKE_CROSSCOMPILING AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  message(FATAL_ERROR "The 32-bit cross-build embeds the library the 64-bit build writes: "
+                      "-DTOVPORT_TYPELIB=<64-bit build>/typelib/win32/tovport.tlb")
+else()
+  add_executable(tovport-typelibgen tools/typelibgen/main.cpp)
+  target_compile_options(tovport-typelibgen PRIVATE ${TOVPORT_WARNINGS})
+  target_link_libraries(tovport-typelibgen PRIVATE tovport_static tovport_internals)
+  target_link_options(tovport-typelibgen PRIVATE ${TOVPORT_STATIC_RUNTIME})
+  if(CMAKE_CROSSCOMPILING)
+    set_target_properties(tovport-typelibgen PROPERTIES
+      CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/cmake/run-under-wine.sh)
+  endif()
+  add_custom_command(
+    OUTPUT ${TOVPORT_TYPELIB_DIR}/win32/tovport.tlb ${TOVPORT_TYPELIB_DIR}/win64/tovport.tlb
+           ${TOVPORT_TYPELIB_DIR}/tovport_com.h
+    COMMAND tovport-typelibgen ${TOVPORT_TYPELIB_DIR}
+    DEPENDS tovport-typelibgen
+    COMMENT "Writing the type library tovport.tlb (32- and 64-bit) and tovport_com.h")
+  add_custom_target(tovport_com_header DEPENDS ${TOVPORT_TYPELIB_DIR}/tovport_com.h)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    set(TOVPORT_TLB ${TOVPORT_TYPELIB_DIR}/win64/tovport.tlb)
+  else()
+    set(TOVPORT_TLB ${TOVPORT_TYPELIB_DIR}/win32/tovport.tlb)
+  endif()
+endif()
+
+set(TOVPORT_TYPELIB_RC ${TOVPORT_TYPELIB_DIR}/tovport_typelib.rc)
+file(CONFIGURE OUTPUT ${TOVPORT_TYPELIB_RC} CONTENT "1 TYPELIB \"${TOVPORT_TLB}\"\n")
+set_source_files_properties(${TOVPORT_TYPELIB_RC} PROPERTIES OBJECT_DEPENDS ${TOVPORT_TLB})
 target_sources(tovport PRIVATE ${TOVPORT_TYPELIB_RC})

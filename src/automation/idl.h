@@ -1,4 +1,5 @@
-// The type library as IDL text, written from the interface description.
+// The type library as text, written from the interface description: IDL for the library, and the
+// C++ header through which early-bound Windows hosts call the dual interface's function table.
 #pragma once
 
 #include <string>
@@ -15,6 +16,8 @@ struct IdlMethod {
   TypeDesc result;
 };
 
+// Everything the library holds, in the library's order: the dual interface, the class, the event
+// interface, then the enums and the records.
 struct TypeLibraryDesc {
   std::string_view name;
   int major;
@@ -32,12 +35,16 @@ struct TypeLibraryDesc {
   std::vector<RecordDesc> records;
 };
 
-// Midl: the library in its own order (interfaces, class, events, then enums and records).
-// Widl: what widl compiles: enums and records ahead of the interfaces that use them (widl
-// resolves names as it reads) neither version nor nonextensible on the event dispinterface, and no text
-// default on a by-reference parameter (widl refuses these).
-enum class IdlDialect { Midl, Widl };
+// The name of the [out, retval] parameter of a method returning result.
+std::string_view retvalName(const TypeDesc& result);
 
-std::string generateIdl(const TypeLibraryDesc& lib, IdlDialect dialect = IdlDialect::Midl);
+// MIDL source of the library. The enums and records come first: IDL declares a type before the
+// interfaces that use it, so a compiler lists them ahead of the interfaces.
+std::string generateIdl(const TypeLibraryDesc& lib);
+
+// A C++ header for Windows hosts (over <oaidl.h>): the library's identifiers, enums and records and
+// the dual interface as a class whose virtual functions are its function table, all in namespace
+// lib.name.
+std::string generateHeader(const TypeLibraryDesc& lib);
 
 }  // namespace tov::automation

@@ -18,6 +18,7 @@ Variant::Variant(Ref<IDispatch> v) : value_(std::move(v)) {}
 Variant::Variant(SafeArray v) : value_(std::make_shared<SafeArray>(std::move(v))) {}
 Variant::Variant(Null) : value_(Null{}) {}
 Variant::Variant(Missing) : value_(Missing{}) {}
+Variant::Variant(Foreign v) : value_(v) {}
 Variant::Variant(const Variant&) = default;
 Variant::Variant(Variant&&) noexcept = default;
 Variant& Variant::operator=(const Variant&) = default;
@@ -47,7 +48,8 @@ VarType refType(const Variant::ByRef& r) {
 VarType Variant::type() const {
   return std::visit(
       Overloaded{[](const std::monostate&) { return VT_EMPTY; }, [](const Null&) { return VT_NULL; },
-                 [](const Missing&) { return VT_ERROR; }, [](std::int16_t) { return VT_I2; },
+                 [](const Missing&) { return VT_ERROR; }, [](const Foreign& f) { return f.type; },
+                 [](std::int16_t) { return VT_I2; },
                  [](std::int32_t) { return VT_I4; }, [](double) { return VT_R8; }, [](std::uint8_t) { return VT_UI1; },
                  [](VariantBool) { return VT_BOOL; }, [](const BStr&) { return VT_BSTR; },
                  [](const Date&) { return VT_DATE; }, [](const Ref<IDispatch>&) { return VT_DISPATCH; },
@@ -61,6 +63,7 @@ VarType Variant::type() const {
 bool Variant::isByRef() const { return std::holds_alternative<ByRef>(value_); }
 bool Variant::isEmpty() const { return std::holds_alternative<std::monostate>(value_); }
 bool Variant::isMissing() const { return std::holds_alternative<Missing>(value_); }
+bool Variant::isForeign() const { return std::holds_alternative<Foreign>(value_); }
 
 const SafeArray* Variant::array() const {
   const Variant* self = this;

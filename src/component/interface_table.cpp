@@ -1,7 +1,11 @@
 // The interface of tovComPrtv3, once: every method of _tovComPrtv3 in interface order with its
 // DISPID, parameters and defaults, bound to the member it calls; and the events of __tovComPrtv3.
-// Dispatch by name and the generated IDL both read these tables.
+// Dispatch by name, the type library, the IDL and (on Windows) the dual interface's function
+// table all come from these tables.
 #include <tovport/component/tovcomprtv3.h>
+#ifdef _WIN32
+#include "automation/win32/function_table_entry.h"
+#endif
 
 namespace tov {
 

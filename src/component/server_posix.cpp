@@ -16,7 +16,6 @@ namespace {
 using namespace automation;
 using platform::HKEY_CLASSES_ROOT;
 
-
 // Parents that registration may have had to create; removed again only when left empty.
 const char* const kSharedParents[] = {"CLSID", "TypeLib", "Interface"};
 
@@ -35,7 +34,8 @@ bool isEmptyKey(const char* path) {
 namespace server {
 
 HRESULT registerServer(const void* moduleAddress) {
-  for (const auto& e : registrationEntries(platform::modulePathOf(moduleAddress), "win32")) {
+  // The simulated system is 32-bit Windows: one view of the registry, no other width.
+  for (const auto& e : registrationEntries(platform::modulePathOf(moduleAddress), Width::Bits32)) {
     platform::HKEY key = 0;
     if (platform::RegCreateKeyExA(platform::HKEY_CLASSES_ROOT, e.key.c_str(), &key) != 0) return SELFREG_E_CLASS;
     const auto* data = reinterpret_cast<const platform::BYTE*>(e.value.c_str());
@@ -48,7 +48,9 @@ HRESULT registerServer(const void* moduleAddress) {
 }
 
 HRESULT unregisterServer() {
-  for (const auto& key : ownedKeys()) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, key.c_str());
+  std::vector<std::string> keys = ownKeys();
+  for (auto& key : sharedKeysToRemove(Width::Bits32, {})) keys.push_back(std::move(key));
+  for (const auto& key : keys) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, key.c_str());
   for (const char* parent : kSharedParents)
     if (isEmptyKey(parent)) platform::RegDeleteTreeA(platform::HKEY_CLASSES_ROOT, parent);
   return S_OK;

@@ -8,6 +8,11 @@ namespace {
 
 using automation::EnumDesc;
 using automation::RecordDesc;
+using automation::TypeDesc;
+using automation::TypeKind;
+
+// Field types of the records: every handle and pointer is an I4, as a 32-bit library declares them.
+constexpr TypeDesc I4{TypeKind::I4, {}}, I2{TypeKind::I2, {}}, UI1{TypeKind::UI1, {}};
 
 EnumDesc deviceTypeEnum() {
   EnumDesc e{"DeviceType", GUID_DeviceType,
@@ -54,37 +59,37 @@ automation::TypeLibraryDesc build() {
         {"cptPCMCIA", cptPCMCIA}}},
   };
   lib.records = {
-      {"COMSTAT", GUID_COMSTAT, {{"fBitFields", "long"}, {"cbInQue", "long"}, {"cbOutQue", "long"}}},
+      {"COMSTAT", GUID_COMSTAT, {{"fBitFields", I4}, {"cbInQue", I4}, {"cbOutQue", I4}}},
       {"COMMTIMEOUTS",
        GUID_COMMTIMEOUTS,
-       {{"ReadIntervalTimeout", "long"},
-        {"ReadTotalTimeoutMultiplier", "long"},
-        {"ReadTotalTimeoutConstant", "long"},
-        {"WriteTotalTimeoutMultiplier", "long"},
-        {"WriteTotalTimeoutConstant", "long"}}},
+       {{"ReadIntervalTimeout", I4},
+        {"ReadTotalTimeoutMultiplier", I4},
+        {"ReadTotalTimeoutConstant", I4},
+        {"WriteTotalTimeoutMultiplier", I4},
+        {"WriteTotalTimeoutConstant", I4}}},
       {"DCB",
        GUID_DCB,
-       {{"DCBlength", "long"},
-        {"BaudRate", "long"},
-        {"fBitFields", "long"},
-        {"wReserved", "short"},
-        {"XonLim", "short"},
-        {"XoffLim", "short"},
-        {"ByteSize", "unsigned char"},
-        {"Parity", "unsigned char"},
-        {"StopBits", "unsigned char"},
-        {"XonChar", "unsigned char"},
-        {"XoffChar", "unsigned char"},
-        {"ErrorChar", "unsigned char"},
-        {"EofChar", "unsigned char"},
-        {"EvtChar", "unsigned char"},
-        {"wReserved1", "short"}}},
+       {{"DCBlength", I4},
+        {"BaudRate", I4},
+        {"fBitFields", I4},
+        {"wReserved", I2},
+        {"XonLim", I2},
+        {"XoffLim", I2},
+        {"ByteSize", UI1},
+        {"Parity", UI1},
+        {"StopBits", UI1},
+        {"XonChar", UI1},
+        {"XoffChar", UI1},
+        {"ErrorChar", UI1},
+        {"EofChar", UI1},
+        {"EvtChar", UI1},
+        {"wReserved1", I2}}},
       {"OVERLAPPED",
        GUID_OVERLAPPED,
-       {{"Internal", "long"}, {"InternalHigh", "long"}, {"offset", "long"}, {"OffsetHigh", "long"}, {"hEvent", "long"}}},
+       {{"Internal", I4}, {"InternalHigh", I4}, {"offset", I4}, {"OffsetHigh", I4}, {"hEvent", I4}}},
       {"SECURITY_ATTRIBUTES",
        GUID_SECURITY_ATTRIBUTES,
-       {{"nLength", "long"}, {"lpSecurityDescriptor", "long"}, {"bInheritHandle", "long"}}},
+       {{"nLength", I4}, {"lpSecurityDescriptor", I4}, {"bInheritHandle", I4}}},
   };
   return lib;
 }

@@ -113,6 +113,22 @@ TEST(TypeLibrary, IdlNamesEveryMethodEventEnumAndRecord) {
   for (const char* record : {"COMSTAT", "COMMTIMEOUTS", "DCB", "OVERLAPPED", "SECURITY_ATTRIBUTES"})
     EXPECT_NE(idl.find(std::string("} ") + record + ";"), std::string::npos) << record;
   EXPECT_NE(idl.find("long offset;"), std::string::npos);
+  EXPECT_NE(idl.find("[in, out, optional, defaultvalue(\"\")] BSTR* filename"), std::string::npos);
+}
+
+// The header's class lists the methods in interface order, which is the function table's.
+TEST(TypeLibrary, HeaderDeclaresTheFunctionTableInInterfaceOrder) {
+  const std::string header = generateHeader(typeLibrary());
+  std::size_t at = header.find("struct _tovComPrtv3 : public IDispatch {");
+  ASSERT_NE(at, std::string::npos);
+  for (const auto& m : tovComPrtv3::methods()) {
+    const std::size_t next = header.find("STDMETHODCALLTYPE " + std::string(m.name) + "(", at);
+    ASSERT_NE(next, std::string::npos) << m.name;
+    at = next;
+  }
+  EXPECT_NE(header.find("VBCommRead(short PortNr, BSTR* strData, long lngSize, long* pResult)"), std::string::npos);
+  EXPECT_NE(header.find("GetDeviceName(DeviceType* dt, long* pResult)"), std::string::npos);
+  EXPECT_NE(header.find("dtSiemens_E61 = 192,"), std::string::npos);
 }
 
 }  // namespace

@@ -49,10 +49,15 @@ Dim port: port = "31"
 Check "VBOpenPort(""31"")", o.VBOpenPort(port), False
 Check "VBOpenPort wrote the port back", port, CInt(31)
 
-' Arrays travel as SAFEARRAYs; a by-reference variant keeps what it was given.
+' Arrays travel as SAFEARRAYs; a by-reference variant keeps what it was given. debugprint takes
+' anything, also values the runtime has no type for: an object, a two-dimensional array.
 Dim list: list = Array("a", 2)
 o.debugprint list
 Check "debugprint kept the array", UBound(list) & list(0) & list(1), "1a2"
+Dim grid(1, 2): grid(1, 2) = "corner"
+o.debugprint grid
+o.debugprint o
+Check "debugprint kept the 2-D array", UBound(grid, 2) & grid(1, 2), "2corner"
 
 ' Automation errors arrive with their numbers (HRESULT 0x800A0000 + n) and descriptions.
 Dim x

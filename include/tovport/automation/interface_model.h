@@ -91,6 +91,9 @@ struct ParamSpec {
   std::optional<Variant> defaultValue;
 };
 
+// The address of an entry of a dual interface's function table (its real type is the entry's own).
+using FunctionTableEntry = void (*)();
+
 template <class C>
 struct MethodDesc {
   std::string_view name;
@@ -99,6 +102,9 @@ struct MethodDesc {
   TypeDesc result;
   // args: one per parameter, in interface order; by-reference ones are written back.
   Variant (*invoke)(C& object, std::vector<Variant>& args);
+  // The entry serving this method in the dual interface's function table, where the system has one
+  // (Windows); null elsewhere.
+  FunctionTableEntry tableEntry = nullptr;
 };
 
 struct EventDesc {
@@ -115,7 +121,7 @@ struct EnumDesc {
 
 struct FieldDesc {
   std::string_view name;
-  std::string_view idlType;  // "long", "short", "unsigned char"
+  TypeDesc type;
 };
 
 struct RecordDesc {
@@ -124,10 +130,40 @@ struct RecordDesc {
   std::vector<FieldDesc> fields;
 };
 
+// The type a VARIANT carries for a value of this type (an enum travels as VT_I4).
+constexpr VarType varTypeOf(const TypeDesc& t) {
+  switch (t.kind) {
+    case TypeKind::Void: return VT_EMPTY;
+    case TypeKind::I2: return VT_I2;
+    case TypeKind::I4: return VT_I4;
+    case TypeKind::UI1: return VT_UI1;
+    case TypeKind::R8: return VT_R8;
+    case TypeKind::Bool: return VT_BOOL;
+    case TypeKind::BStr: return VT_BSTR;
+    case TypeKind::Date: return VT_DATE;
+    case TypeKind::Variant: return VT_VARIANT;
+    case TypeKind::Dispatch: return VT_DISPATCH;
+    case TypeKind::Enum: return VT_I4;
+  }
+  return VT_EMPTY;
+}
+
 namespace detail {
 
 template <auto M>
 struct MemberTraits;
+
+// The function-table entry of member M on a dual interface. Only the Windows build defines it
+// (automation/win32/function_table_entry.h, included where the interface table is written);
+// without it rows carry no entry.
+template <auto M>
+struct TableEntry;
+
+template <auto M>
+FunctionTableEntry tableEntryOf() {
+  if constexpr (requires { TableEntry<M>::address(); }) return TableEntry<M>::address();
+  else return nullptr;
+}
 
 template <class C, class R, class... A, R (C::*M)(A...)>
 struct MemberTraits<M> {
@@ -201,7 +237,7 @@ template <auto M>
 MethodDesc<typename detail::MemberTraits<M>::Class> method(std::string_view name, DISPID id,
                                                           std::initializer_list<ParamSpec> params = {}) {
   using T = detail::MemberTraits<M>;
-  return {name, id, T::params(params), typeOf<typename T::Result>(), &T::invoke};
+  return {name, id, T::params(params), typeOf<typename T::Result>(), &T::invoke, detail::tableEntryOf<M>()};
 }
 
 // One event row; Signature is void(T&...) with the event's argument types.

@@ -57,6 +57,12 @@ class Variant {
  public:
   struct Null {};
   struct Missing {};  // VT_ERROR with DISP_E_PARAMNOTFOUND: an omitted optional argument
+  // A host's value of a type the runtime holds no values of (an object of another kind, a decimal,
+  // an error value, an array of more than one dimension), kept by its type only: no conversion
+  // accepts it, so only a parameter that takes any value can receive it.
+  struct Foreign {
+    VarType type;
+  };
   using ByRef = std::variant<std::int16_t*, std::int32_t*, double*, std::uint8_t*, VariantBool*, BStr*, Date*,
                              Ref<IDispatch>*, Variant*>;
 
@@ -73,6 +79,7 @@ class Variant {
   Variant(SafeArray v);
   Variant(Null);
   Variant(Missing);
+  Variant(Foreign);
   Variant(const Variant&);
   Variant(Variant&&) noexcept;
   Variant& operator=(const Variant&);
@@ -90,6 +97,7 @@ class Variant {
   bool isByRef() const;
   bool isEmpty() const;
   bool isMissing() const;
+  bool isForeign() const;
   // The value itself: a copy of what a reference points at, or of this.
   Variant deref() const;
   // Stores v into what a reference points at (converted to its type), or replaces this value.
@@ -107,7 +115,7 @@ class Variant {
   const SafeArray* array() const;
 
  private:
-  using Value = std::variant<std::monostate, Null, Missing, std::int16_t, std::int32_t, double, std::uint8_t,
+  using Value = std::variant<std::monostate, Null, Missing, Foreign, std::int16_t, std::int32_t, double, std::uint8_t,
                              VariantBool, BStr, Date, Ref<IDispatch>, std::shared_ptr<SafeArray>, ByRef>;
   Value value_;
 };

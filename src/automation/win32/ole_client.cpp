@@ -35,7 +35,7 @@ class ClientPoint final : public IConnectionPoint, public RefCounted {
     void* p = nullptr;
     if (failed(sink->QueryInterface(IID_IDispatch, &p))) return CONNECT_E_CANNOTCONNECT;
     Ref<IDispatch> dispatch(static_cast<IDispatch*>(p), false);
-    ::IDispatch* served = serve(dispatch, ClassInfo{{}, eventIid_, eventIid_, nullptr});
+    ::IDispatch* served = serve(dispatch, ClassInfo{{}, eventIid_, eventIid_, nullptr, {}});
     DWORD given = 0;
     const ::HRESULT hr = target_->Advise(served, &given);
     served->Release();

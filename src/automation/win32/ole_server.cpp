@@ -1,6 +1,7 @@
 #include "automation/win32/ole_server.h"
 
 #include <tovport/automation/connection_point.h>
+#include "automation/win32/function_table_entry.h"
 #include "automation/win32/ole_client.h"
 
 namespace tov::automation::ole {
@@ -67,23 +68,39 @@ class EventPoint final : public ::IConnectionPoint, public RefCounted {
   GUID eventIid_;
 };
 
+// The dual interface of a served object: a function table whose first seven entries are
+// IDispatch's (the object's own) and whose others are the method entries of the interface table.
+struct DualView {
+  const void* const* table;
+  ServedObject* owner;
+};
+
 class ServedObject final : public ::IDispatch,
                            public ::IConnectionPointContainer,
-                           public ::IProvideClassInfo,
+                           public ::IProvideClassInfo2,
+                           public ::ISupportErrorInfo,
                            public RefCounted {
  public:
-  ServedObject(Ref<RuntimeDispatch> inner, const ClassInfo& info) : inner_(std::move(inner)), info_(info) {
-    if (info_.typeLibrary) info_.typeLibrary->AddRef();
-  }
+  ServedObject(Ref<RuntimeDispatch> inner, const ClassInfo& info);
   ~ServedObject() override {
     if (info_.typeLibrary) info_.typeLibrary->Release();
   }
 
+  static ServedObject& behind(void* dual) { return *static_cast<DualView*>(dual)->owner; }
+
   ::HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
     if (!out) return E_POINTER;
     if (iid == ::IID_IUnknown || iid == ::IID_IDispatch) return handOut(static_cast<::IDispatch*>(this), out);
+    if (iid == toOle(info_.iid)) {
+      if (dualTable_.empty()) return handOut(static_cast<::IDispatch*>(this), out);
+      AddRef();
+      *out = &dual_;
+      return S_OK;
+    }
     if (iid == ::IID_IConnectionPointContainer) return handOut(static_cast<::IConnectionPointContainer*>(this), out);
-    if (iid == ::IID_IProvideClassInfo) return handOut(static_cast<::IProvideClassInfo*>(this), out);
+    if (iid == ::IID_IProvideClassInfo || iid == ::IID_IProvideClassInfo2)
+      return handOut(static_cast<::IProvideClassInfo2*>(this), out);
+    if (iid == ::IID_ISupportErrorInfo) return handOut(static_cast<::ISupportErrorInfo*>(this), out);
     *out = nullptr;
     return E_NOINTERFACE;
   }
@@ -118,26 +135,29 @@ class ServedObject final : public ::IDispatch,
     DISPPARAMS none{};
     if (!params) params = &none;
     if (params->cNamedArgs > 0) return DISP_E_NONAMEDARGS;
-    try {
-      IncomingArguments args(*params);
-      Variant value;
-      ExcepInfo error;
-      unsigned badArgument = 0;
-      const HRESULT hr = inner_->Invoke(id, args.params(), &value, &error, &badArgument);
-      if (hr == DISP_E_EXCEPTION && excep) toOle(error, excep);
-      if ((hr == DISP_E_TYPEMISMATCH || hr == DISP_E_PARAMNOTFOUND || hr == DISP_E_OVERFLOW) && argErr)
-        *argErr = badArgument;
-      if (FAILED(hr)) return hr;
-      args.writeBack();
-      if (result) toOle(value, result);
-      return S_OK;
-    } catch (const UnrepresentableArgument& e) {
-      if (argErr) *argErr = e.index;
-      return DISP_E_TYPEMISMATCH;
-    } catch (const RuntimeError& e) {  // a result or by-reference value the host's type cannot take
-      if (excep) toOle(ExcepInfo{e.number(), u"tovport", fromUtf8(e.description()), e.hresult()}, excep);
-      return DISP_E_EXCEPTION;
-    }
+    Variant value;
+    ExcepInfo error;
+    unsigned badArgument = 0;
+    HRESULT hr = call(id, *params, &value, error, badArgument);
+    if (SUCCEEDED(hr) && result) hr = convertResult([&] { toOle(value, result); }, error);
+    if (hr == DISP_E_EXCEPTION && excep) toOle(error, excep);
+    if ((hr == DISP_E_TYPEMISMATCH || hr == DISP_E_PARAMNOTFOUND || hr == DISP_E_OVERFLOW) && argErr)
+      *argErr = badArgument;
+    return hr;
+  }
+
+  // A call through the dual interface's function table: the same call, its error as an HRESULT
+  // with the error object.
+  HRESULT callThroughTable(DISPID id, DISPPARAMS& params, TableArgument result) {
+    Variant value;
+    ExcepInfo error;
+    unsigned badArgument = 0;
+    HRESULT hr = call(id, params, result.type == VT_EMPTY ? nullptr : &value, error, badArgument);
+    if (SUCCEEDED(hr) && result.type != VT_EMPTY)
+      hr = convertResult([&] { toOle(value, static_cast<VARTYPE>(result.type), result.value); }, error);
+    if (hr == DISP_E_EXCEPTION) return raiseErrorInfo(error, info_.iid);
+    if (FAILED(hr)) SetErrorInfo(0, nullptr);
+    return hr;
   }
 
   // IConnectionPointContainer
@@ -154,18 +174,86 @@ class ServedObject final : public ::IDispatch,
     return S_OK;
   }
 
-  // IProvideClassInfo
+  // IProvideClassInfo2
   ::HRESULT STDMETHODCALLTYPE GetClassInfo(::ITypeInfo** out) override {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!info_.typeLibrary) return E_NOTIMPL;
     return info_.typeLibrary->GetTypeInfoOfGuid(toOle(info_.clsid), out);
   }
+  ::HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, ::GUID* out) override {
+    if (!out) return E_POINTER;
+    if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID) return E_INVALIDARG;
+    *out = toOle(info_.eventIid);
+    return S_OK;
+  }
+
+  // ISupportErrorInfo: calls through the function table set the error object.
+  ::HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
+    return !dualTable_.empty() && iid == toOle(info_.iid) ? S_OK : S_FALSE;
+  }
 
  private:
+  // Runs method id with the host's arguments; by-reference arguments are written back after a
+  // successful call.
+  HRESULT call(DISPID id, const DISPPARAMS& params, Variant* value, ExcepInfo& error, unsigned& badArgument) {
+    IncomingArguments args(params);
+    const HRESULT hr = inner_->Invoke(id, args.params(), value, &error, &badArgument);
+    if (FAILED(hr)) return hr;
+    return convertResult([&] { args.writeBack(); }, error);
+  }
+
+  // A value the host's type cannot take ends the call with its run-time error.
+  template <class F>
+  static HRESULT convertResult(F&& convert, ExcepInfo& error) {
+    try {
+      convert();
+      return S_OK;
+    } catch (const RuntimeError& e) {
+      error = ExcepInfo{e.number(), u"tovport", fromUtf8(e.description()), e.hresult()};
+      return DISP_E_EXCEPTION;
+    }
+  }
+
   Ref<RuntimeDispatch> inner_;
   ClassInfo info_;
+  std::vector<const void*> dualTable_;
+  DualView dual_{nullptr, this};
 };
+
+// IDispatch's entries of a dual interface's function table answer for the object behind it.
+namespace dual {
+::HRESULT STDMETHODCALLTYPE QueryInterface(void* self, REFIID iid, void** out) {
+  return ServedObject::behind(self).QueryInterface(iid, out);
+}
+ULONG STDMETHODCALLTYPE AddRef(void* self) { return ServedObject::behind(self).AddRef(); }
+ULONG STDMETHODCALLTYPE Release(void* self) { return ServedObject::behind(self).Release(); }
+::HRESULT STDMETHODCALLTYPE GetTypeInfoCount(void* self, UINT* count) {
+  return ServedObject::behind(self).GetTypeInfoCount(count);
+}
+::HRESULT STDMETHODCALLTYPE GetTypeInfo(void* self, UINT index, LCID lcid, ::ITypeInfo** out) {
+  return ServedObject::behind(self).GetTypeInfo(index, lcid, out);
+}
+::HRESULT STDMETHODCALLTYPE GetIDsOfNames(void* self, REFIID iid, LPOLESTR* names, UINT count, LCID lcid,
+                                          ::DISPID* ids) {
+  return ServedObject::behind(self).GetIDsOfNames(iid, names, count, lcid, ids);
+}
+::HRESULT STDMETHODCALLTYPE Invoke(void* self, ::DISPID id, REFIID iid, LCID lcid, WORD flags, DISPPARAMS* params,
+                                   VARIANT* result, EXCEPINFO* excep, UINT* argErr) {
+  return ServedObject::behind(self).Invoke(id, iid, lcid, flags, params, result, excep, argErr);
+}
+}  // namespace dual
+
+ServedObject::ServedObject(Ref<RuntimeDispatch> inner, const ClassInfo& info) : inner_(std::move(inner)), info_(info) {
+  if (info_.typeLibrary) info_.typeLibrary->AddRef();
+  if (info_.functionTable.empty()) return;
+  auto address = [](auto function) { return reinterpret_cast<const void*>(function); };
+  dualTable_ = {address(&dual::QueryInterface),   address(&dual::AddRef),        address(&dual::Release),
+                address(&dual::GetTypeInfoCount), address(&dual::GetTypeInfo),   address(&dual::GetIDsOfNames),
+                address(&dual::Invoke)};
+  for (FunctionTableEntry entry : info_.functionTable) dualTable_.push_back(address(entry));
+  dual_.table = dualTable_.data();
+}
 
 EventPoint::EventPoint(ServedObject* container, Ref<RuntimeDispatch> inner, const GUID& eventIid)
     : container_(container), inner_(std::move(inner)), eventIid_(eventIid) {
@@ -220,6 +308,14 @@ class ClassFactory final : public ::IClassFactory, public RefCounted {
   auto* object = new ServedObject(std::move(inner), info);
   object->AddRef();
   return object;
+}
+
+HRESULT callThroughFunctionTable(void* self, DISPID id, const TableArgument* args, std::size_t count,
+                                 TableArgument result) {
+  std::vector<VARIANT> given(count);  // DISPPARAMS order: the last argument first
+  for (std::size_t i = 0; i < count; ++i) given[count - 1 - i] = tableArgument(args[i].type, args[i].value);
+  DISPPARAMS params{given.data(), nullptr, static_cast<UINT>(count), 0};
+  return ServedObject::behind(self).callThroughTable(id, params, result);
 }
 
 ::IClassFactory* classFactory(std::function<::IDispatch*()> create) {

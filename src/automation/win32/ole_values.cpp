@@ -1,6 +1,7 @@
 #include "automation/win32/ole_values.h"
 
 #include <cstring>
+#include <string>
 
 #include <tovport/automation/convert.h>
 #include <tovport/automation/runtime_error.h>
@@ -111,10 +112,20 @@ SAFEARRAY* storeArray(const SafeArray& array) {
   return out;
 }
 
+// The runtime's value of a host's argument; a value of a type the runtime has none of becomes a
+// placeholder that only a parameter taking any value accepts.
+Variant argumentValue(const VARIANT& value) {
+  try {
+    return fromOle(value);
+  } catch (const RuntimeError&) {
+    return Variant(Variant::Foreign{static_cast<VarType>(value.vt & ~VT_BYREF)});
+  }
+}
+
 // A variable for the callee to write through, pointing at the value held in shadow (which has
-// the caller's type) or, for a caller's variant, at shadow itself.
+// the caller's type) or, for a caller's variant or a placeholder, at shadow itself.
 Variant referenceTo(Variant& shadow, VARTYPE callerType) {
-  if (callerType == VT_VARIANT) return Variant::byRef(&shadow);
+  if (callerType == VT_VARIANT || shadow.isForeign()) return Variant::byRef(&shadow);
   if (auto p = shadow.get<std::int16_t>()) return Variant::byRef(p);
   if (auto p = shadow.get<std::int32_t>()) return Variant::byRef(p);
   if (auto p = shadow.get<double>()) return Variant::byRef(p);
@@ -152,7 +163,9 @@ void toOle(const Variant& value, VARIANT* out) {
   const Variant v = value.deref();
   VariantInit(out);
   const auto type = static_cast<VARTYPE>(v.type());
-  if (type & VT_ARRAY)
+  if (v.isForeign())
+    mismatch();
+  else if (type & VT_ARRAY)
     out->parray = storeArray(*v.array());
   else if (v.isMissing())
     out->scode = DISP_E_PARAMNOTFOUND;
@@ -163,29 +176,56 @@ void toOle(const Variant& value, VARIANT* out) {
   out->vt = type;
 }
 
+void toOle(const Variant& value, VARTYPE type, void* target) {
+  if (type == VT_VARIANT) VariantInit(static_cast<VARIANT*>(target));
+  if (type == VT_BSTR) *static_cast<BSTR*>(target) = nullptr;
+  store(type, target, value);
+}
+
+VARIANT tableArgument(VarType type, void* value) {
+  VARIANT v;
+  VariantInit(&v);
+  v.vt = static_cast<VARTYPE>(type);
+  if (type & VT_BYREF) {
+    v.byref = value;
+    return v;
+  }
+  switch (type) {
+    case VT_I2: v.iVal = *static_cast<const SHORT*>(value); break;
+    case VT_I4: v.lVal = *static_cast<const LONG*>(value); break;
+    case VT_R8: v.dblVal = *static_cast<const DOUBLE*>(value); break;
+    case VT_UI1: v.bVal = *static_cast<const BYTE*>(value); break;
+    case VT_BOOL: v.boolVal = *static_cast<const VARIANT_BOOL*>(value); break;
+    case VT_BSTR: v.bstrVal = *static_cast<const BSTR*>(value); break;
+    case VT_DATE: v.date = *static_cast<const DATE*>(value); break;
+    default: mismatch();
+  }
+  return v;
+}
+
 IncomingArguments::IncomingArguments(const DISPPARAMS& params) {
   shadows_.reserve(params.cArgs);
   for (unsigned i = 0; i < params.cArgs; ++i) {
     VARIANT* arg = &params.rgvarg[i];
     // A variant that refers to another variable stands for that variable.
     while (arg->vt == (VT_BYREF | VT_VARIANT) && (arg->pvarVal->vt & VT_BYREF)) arg = arg->pvarVal;
-    try {
-      const auto type = static_cast<VARTYPE>(arg->vt & ~VT_BYREF);
-      if (!(arg->vt & VT_BYREF)) {
-        params_.args.push_back(fromOle(*arg));
-      } else {
-        if (!isReferenceType(type)) mismatch();
-        shadows_.push_back({arg, type, type == VT_VARIANT ? fromOle(*arg->pvarVal) : fromOle(*arg)});
-        params_.args.push_back(referenceTo(shadows_.back().value, type));
-      }
-    } catch (const RuntimeError&) {
-      throw UnrepresentableArgument{i};
+    const auto type = static_cast<VARTYPE>(arg->vt & ~VT_BYREF);
+    if (!(arg->vt & VT_BYREF)) {
+      params_.args.push_back(argumentValue(*arg));
+      continue;
     }
+    Variant value = !isReferenceType(type) ? Variant(Variant::Foreign{static_cast<VarType>(type)})
+                    : type == VT_VARIANT   ? argumentValue(*arg->pvarVal)
+                                           : argumentValue(*arg);
+    shadows_.push_back({arg, type, std::move(value)});
+    params_.args.push_back(referenceTo(shadows_.back().value, type));
   }
 }
 
 void IncomingArguments::writeBack() {
-  for (auto& s : shadows_) store(s.type, s.target->byref, s.value);
+  // A placeholder the callee left alone leaves the caller's variable as it was.
+  for (auto& s : shadows_)
+    if (!s.value.isForeign()) store(s.type, s.target->byref, s.value);
 }
 
 OutgoingArguments::OutgoingArguments(const DispParams& params)
@@ -223,11 +263,34 @@ void OutgoingArguments::writeBack(DispParams& params) {
     if (params.args[i].isByRef()) params.args[i].assign(fromOle(values_[i]));
 }
 
+namespace {
+HRESULT scodeOf(const ExcepInfo& excep) {
+  return excep.scode != S_OK ? excep.scode : static_cast<HRESULT>(0x800A0000u + static_cast<unsigned>(excep.code));
+}
+}  // namespace
+
 void toOle(const ExcepInfo& excep, EXCEPINFO* out) {
   std::memset(out, 0, sizeof *out);
   out->bstrSource = allocText(excep.source);
   out->bstrDescription = allocText(excep.description);
-  out->scode = excep.scode != S_OK ? excep.scode : static_cast<SCODE>(0x800A0000u + static_cast<unsigned>(excep.code));
+  out->scode = scodeOf(excep);
+}
+
+HRESULT raiseErrorInfo(const ExcepInfo& excep, const GUID& iid) {
+  ICreateErrorInfo* created = nullptr;
+  IErrorInfo* info = nullptr;
+  if (SUCCEEDED(CreateErrorInfo(&created))) {
+    const std::wstring source(excep.source.begin(), excep.source.end());
+    const std::wstring description(excep.description.begin(), excep.description.end());
+    created->SetGUID(toOle(iid));
+    created->SetSource(const_cast<LPOLESTR>(source.c_str()));
+    created->SetDescription(const_cast<LPOLESTR>(description.c_str()));
+    created->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
+    created->Release();
+  }
+  SetErrorInfo(0, info);
+  if (info) info->Release();
+  return scodeOf(excep);
 }
 
 ExcepInfo fromOle(const EXCEPINFO& excep) {

@@ -25,19 +25,24 @@ namespace tov::automation::ole {
 Variant fromOle(const VARIANT& value);
 // Writes value into out, which must be empty (VariantInit or VariantClear).
 void toOle(const Variant& value, VARIANT* out);
+// Writes value, converted to type by the runtime's rules, to target, which holds nothing yet (an
+// [out] parameter of that type).
+void toOle(const Variant& value, VARTYPE type, void* target);
 
-// An argument that the runtime cannot represent; index counts as DISPPARAMS does (last first).
-struct UnrepresentableArgument {
-  unsigned index;
-};
+// An argument of a call through a function table as a VARIANT: a by-reference one (type with
+// VT_BYREF) refers to the caller's variable at value, a by-value one copies the value at value. A
+// BSTR stays the caller's: the VARIANT must not be cleared.
+VARIANT tableArgument(VarType type, void* value);
 
 // The arguments of a call that came in through OLE. A by-reference argument becomes a reference
 // to a variable of this object that holds the caller's value in the caller's type (a VBScript
 // variable, VT_BYREF|VT_VARIANT, becomes a Variant); writeBack() stores what the callee left in
-// those variables back into the caller's.
+// those variables back into the caller's. A value the runtime has no type for enters as a
+// Variant::Foreign placeholder: a parameter of a declared type refuses it as any conversion does
+// (type mismatch), one that takes any value receives it.
 class IncomingArguments {
  public:
-  explicit IncomingArguments(const DISPPARAMS& params);  // throws UnrepresentableArgument
+  explicit IncomingArguments(const DISPPARAMS& params);
   DispParams& params() { return params_; }
   void writeBack();
 
@@ -72,5 +77,8 @@ class OutgoingArguments {
 // EXCEPINFO of a failed call: the error's number travels as scode 0x800A0000 + number.
 void toOle(const ExcepInfo& excep, EXCEPINFO* out);
 ExcepInfo fromOle(const EXCEPINFO& excep);
+// A failed call through interface iid's function table: sets the thread's error object (source and
+// description) and returns the HRESULT (0x800A0000 + number for a run-time error).
+HRESULT raiseErrorInfo(const ExcepInfo& excep, const GUID& iid);
 
 }  // namespace tov::automation::ole

@@ -1,9 +1,10 @@
 // The in-process server on Windows: registration in the system registry (the rows of
-// registration.h, with this DLL's path), and the class factory handing out tovComPrtv3 objects
-// served through real OLE Automation. The type library is a resource of this DLL (TYPELIB 1).
+// registration.h, with this DLL's path, in the view of this DLL's width), and the class factory
+// handing out tovComPrtv3 objects served through real OLE Automation, by name and through the dual
+// interface's function table. The type library is a resource of this DLL (TYPELIB 1).
 #include <tovport/component/guids.h>
-#include "component/registration.h"
 #include <tovport/component/tovcomprtv3.h>
+#include "component/win32/registration_win32.h"
 #include "platform/module_path.h"
 #include "automation/win32/ole_server.h"
 
@@ -30,34 +31,27 @@ ITypeLib* typeLibrary() {
   return library;
 }
 
+const ole::ClassInfo& classInfo() {
+  static const ole::ClassInfo info = [] {
+    ole::ClassInfo i{tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, typeLibrary(), {}};
+    for (const auto& m : tov::tovComPrtv3::methods()) i.functionTable.push_back(m.tableEntry);
+    return i;
+  }();
+  return info;
+}
+
 ::IDispatch* createComponent() {
   auto component = tov::tovComPrtv3::create();
-  const ole::ClassInfo info{tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, typeLibrary()};
-  return ole::serve(tov::automation::Ref<tov::automation::IDispatch>(component.get()), info);
+  return ole::serve(tov::automation::Ref<tov::automation::IDispatch>(component.get()), classInfo());
 }
+
+constexpr tov::Width kWidth = sizeof(void*) == 8 ? tov::Width::Bits64 : tov::Width::Bits32;
 
 }  // namespace
 
-STDAPI DllRegisterServer() {
-  const char* platform = sizeof(void*) == 8 ? "win64" : "win32";
-  for (const auto& e : tov::registrationEntries(modulePath(), platform)) {
-    HKEY key = nullptr;
-    if (RegCreateKeyExA(HKEY_CLASSES_ROOT, e.key.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr) !=
-        ERROR_SUCCESS)
-      return SELFREG_E_CLASS;
-    const LSTATUS status = RegSetValueExA(key, e.name.empty() ? nullptr : e.name.c_str(), 0, REG_SZ,
-                                          reinterpret_cast<const BYTE*>(e.value.c_str()),
-                                          static_cast<DWORD>(e.value.size() + 1));
-    RegCloseKey(key);
-    if (status != ERROR_SUCCESS) return SELFREG_E_CLASS;
-  }
-  return S_OK;
-}
+STDAPI DllRegisterServer() { return tov::server::registerWidth(modulePath(), kWidth); }
 
-STDAPI DllUnregisterServer() {
-  for (const auto& key : tov::ownedKeys()) RegDeleteTreeA(HKEY_CLASSES_ROOT, key.c_str());
-  return S_OK;
-}
+STDAPI DllUnregisterServer() { return tov::server::unregisterWidth(kWidth); }
 
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
   if (!out) return E_POINTER;

@@ -181,7 +181,7 @@ class ServedComponent : public ::testing::Test {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     auto component = tov::tovComPrtv3::create();
     object = ole::serve(ta::Ref<ta::IDispatch>(component.get()),
-                        {tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, nullptr});
+                        {tov::CLSID_tovComPrtv3, tov::IID__tovComPrtv3, tov::DIID___tovComPrtv3, nullptr, {}});
   }
   void TearDown() override {
     object->Release();
@@ -217,13 +217,46 @@ TEST_F(ServedComponent, CallsByNameAnswerInTheDeclaredTypesAndErrorsCarryTheirNu
   EXPECT_EQ(call(L"NoSuchMethod", {}, &result), DISP_E_UNKNOWNNAME);
 }
 
+// Values the runtime has no type for: debugprint takes them by value and by reference and leaves
+// the caller's variable alone; a parameter of a declared type still refuses them.
+TEST_F(ServedComponent, DebugprintTakesAnyValueThatTypedParametersRefuse) {
+  SAFEARRAYBOUND bounds[2] = {{2, 0}, {3, 1}};
+  DECIMAL decimal{};
+  VarDecFromI4(7, &decimal);
+  struct Case {
+    const char* name;
+    VARIANT value;
+  };
+  Case cases[] = {
+      {"object", make(VT_DISPATCH, [&](VARIANT& v) { v.pdispVal = object, object->AddRef(); })},
+      {"decimal", make(VT_DECIMAL, [&](VARIANT& v) { v.decVal = decimal, v.vt = VT_DECIMAL; })},
+      {"error value", make(VT_ERROR, [](VARIANT& v) { v.scode = static_cast<SCODE>(0x800A0005u); })},
+      {"2-D array", make(VT_ARRAY | VT_I4, [&](VARIANT& v) { v.parray = SafeArrayCreate(VT_I4, 2, bounds); })},
+  };
+  for (auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    VARIANT variable;
+    VariantInit(&variable);
+    VariantCopy(&variable, &c.value);
+    VARIANT result;
+    VariantInit(&result);
+    EXPECT_EQ(call(L"debugprint", {c.value}, &result), S_OK);
+    EXPECT_EQ(call(L"debugprint", {make(VT_BYREF | VT_VARIANT, [&](VARIANT& v) { v.pvarVal = &variable; })}, &result),
+              S_OK);
+    EXPECT_EQ(variable.vt, c.value.vt);
+    EXPECT_EQ(call(L"VBGetTimeoutSeconds", {c.value}, &result), DISP_E_TYPEMISMATCH);
+    VariantClear(&variable);
+    VariantClear(&c.value);
+  }
+}
+
 TEST_F(ServedComponent, ASinkOnTheConnectionPointHearsEventsAndItsChangesReachTheComponent) {
   IConnectionPointContainer* container = nullptr;
   ASSERT_EQ(object->QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(&container)), S_OK);
   IConnectionPoint* point = nullptr;
   ASSERT_EQ(container->FindConnectionPoint(ole::toOle(tov::DIID___tovComPrtv3), &point), S_OK);
   ta::Ref<MovingSink> sink(new MovingSink);
-  ::IDispatch* served = ole::serve(sink, {{}, tov::DIID___tovComPrtv3, tov::DIID___tovComPrtv3, nullptr});
+  ::IDispatch* served = ole::serve(sink, {{}, tov::DIID___tovComPrtv3, tov::DIID___tovComPrtv3, nullptr, {}});
   DWORD cookie = 0;
   ASSERT_EQ(point->Advise(served, &cookie), S_OK);
   VARIANT result;
