@@ -12,7 +12,8 @@
 namespace tovport_cli {
 namespace {
 
-// The apartment of the host's thread, entered at the first creation and left at exit.
+// The apartment of each thread that creates a component, entered at its first creation and left
+// when the thread ends.
 struct Apartment {
   Apartment() {
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
@@ -24,7 +25,7 @@ struct Apartment {
 }  // namespace
 
 tov::automation::Ref<tov::automation::IDispatch> createComponent() {
-  static Apartment apartment;
+  thread_local Apartment apartment;
   CLSID clsid{};
   if (FAILED(CLSIDFromProgID(L"tovport.tovComPrtv3", &clsid)))
     throw std::runtime_error("tovport.tovComPrtv3 is not registered; run regsvr32 tovport.dll first");
