@@ -74,14 +74,10 @@ class Watch {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!threads_.empty() && std::chrono::steady_clock::now() < deadline) pumpMessages(100);
     for (auto& [id, thread] : threads_) thread.join();
-    return 0;
+    return exitCode_;
   }
 
  private:
-  struct Detection {
-    Port port;  // number 0: the start's DetectAllDevices
-  };
-
   void print(const std::string& line) { std::osyncstream(std::cout) << line << std::endl; }
 
   // The main thread's answer to a burst of notices.
@@ -94,20 +90,23 @@ class Watch {
     machine_.publish();
     for (const auto& [number, path] : changes.removed) {
       const Port port{number, path};
-      std::erase_if(waiting_, [&](const Detection& d) { return d.port == port; });
+      std::erase_if(waiting_, [&](const Port& waiting) { return waiting == port; });
       if (announced_.erase(port)) print(portLine("PortRemoved", {port, {}}, options_.json, false));
     }
     if (!changes.added.empty()) askKinds(changes.added, false);
   }
 
   // The kinds of new ports, from a fresh discovery on a component thread; the ports are reported
-  // when the answer comes back here.
+  // when the answer comes back here. A component that cannot be created at the start ends the
+  // watch with exit 1.
   void askKinds(const PortMap& ports, bool start) {
     startThread([this, ports, start] {
       std::vector<KnownPort> known;
       for (const auto& [number, path] : ports) known.push_back({{number, path}, {}});
+      bool created = false;
       try {
         auto component = createComponent();
+        created = true;
         std::lock_guard discovering(machine_.discovery());
         for (auto& p : known)
           if (p.port.number <= tov::MaxPorts)
@@ -116,7 +115,14 @@ class Watch {
       } catch (const std::exception& e) {
         std::cerr << errorText(e) << std::endl;
       }
-      owner_->post([this, known = std::move(known), start] { announce(known, start); });
+      owner_->post([this, known = std::move(known), start, created] {
+        if (start && !created) {
+          exitCode_ = 1;
+          stopRequested_ = true;
+        } else {
+          announce(known, start);
+        }
+      });
     });
   }
 
@@ -128,7 +134,7 @@ class Watch {
       print(portLine("PortAdded", p, options_.json, true));
       const bool testable = p.kind && requestTests({Call::DetectPort, static_cast<std::int16_t>(p.port.number), {}},
                                                    p.port.number, static_cast<tov::ComPortType>(*p.kind));
-      if (!start && testable) waiting_.push_back({p.port});
+      if (!start && testable) waiting_.push_back(p.port);
     }
     if (start) {
       if (detect_) waiting_.push_front({});
@@ -139,7 +145,7 @@ class Watch {
 
   void detectNext() {
     if (!detect_ || !started_ || detecting_ || waiting_.empty() || stopping_) return;
-    const Detection next = waiting_.front();
+    const Port next = waiting_.front();
     waiting_.pop_front();
     detecting_ = true;
     startThread([this, next] { detect(next); }, [this] {
@@ -148,11 +154,12 @@ class Watch {
     });
   }
 
-  // On the component thread: one request to its end mark, then its summary (text only).
-  void detect(const Detection& d) {
+  // On the component thread: one request to its end mark, then its summary (text only). Port
+  // number 0 is the start's DetectAllDevices.
+  void detect(const Port& port) {
     std::osyncstream out(std::cout);
     out << std::emit_on_flush;
-    const auto number = static_cast<std::int16_t>(d.port.number);
+    const auto number = static_cast<std::int16_t>(port.number);
     const RequestScope scope{number == 0 ? Call::DetectAll : Call::DetectPort, number, {}};
     const auto finished = [&](IDispatch& component, const std::vector<HostEvent>& events) {
       if (options_.json) return;
@@ -194,10 +201,11 @@ class Watch {
   const std::shared_ptr<tov::platform::MessageQueue> owner_ = tov::platform::MessageQueue::current();
   PortMap present_;                 // the last scan
   std::set<Port> announced_;        // reported added, not yet removed
-  std::deque<Detection> waiting_;   // detections in the order their ports came
+  std::deque<Port> waiting_;        // detections in the order their ports came, the start's first
   bool started_ = false;            // the ports present at the start are reported
   bool detecting_ = false;
   bool stopRequested_ = false;
+  int exitCode_ = 0;
   std::atomic<bool> stopping_{false};  // read by the component threads
   std::map<int, std::thread> threads_;
   int nextThread_ = 0;

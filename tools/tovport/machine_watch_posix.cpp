@@ -144,8 +144,7 @@ PortNotices::PortNotices(const HostOptions& options, std::function<void()> chang
 PortNotices::~PortNotices() {
   waiter_->quitting = true;
   const std::uint64_t one = 1;
-  if (::write(waiter_->quit.get(), &one, sizeof one) < 0) {
-  }
+  [[maybe_unused]] const ssize_t woken = ::write(waiter_->quit.get(), &one, sizeof one);  // else within kIdleWait
   waiter_->thread.join();
 }
 
