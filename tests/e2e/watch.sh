@@ -52,6 +52,11 @@ slow_phone=${pids[-1]}
 usb_port "$sys" ttyUSB3 1-4 1234
 plug ttyUSB3 "$PTY_slow"
 await_lines "$log" 1 "$(added 4 ttyUSB3 cptUnknown)"
+deadline=$((SECONDS + 20))
+until ls -l "/proc/$WATCH_PID/fd" | grep -q -- "-> $PTY_slow\$"; do  # its detection has opened it
+  [ "$SECONDS" -lt "$deadline" ] || fail "COM4 was never opened: $(cat "$log")"
+  sleep 0.05
+done
 kill "$slow_phone"
 unplug ttyUSB3
 await_lines "$log" 1 "$(removed 4 ttyUSB3)"
