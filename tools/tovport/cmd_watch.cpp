@@ -65,6 +65,10 @@ class Watch {
 
   int run() {
     PortNotices notices(options_, [this] { rescan(); }, [this] { stopRequested_ = true; });
+    // Held for the whole watch, so that the server module stays loaded while component threads
+    // come and go (unloading it would end its worker threads from inside the system's loader);
+    // a component that cannot be created ends the watch here.
+    const auto keeper = createComponent();
     present_ = machine_.scan();
     machine_.publish();
     askKinds(present_, true);
@@ -74,7 +78,7 @@ class Watch {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!threads_.empty() && std::chrono::steady_clock::now() < deadline) pumpMessages(100);
     for (auto& [id, thread] : threads_) thread.join();
-    return exitCode_;
+    return 0;
   }
 
  private:
@@ -97,16 +101,13 @@ class Watch {
   }
 
   // The kinds of new ports, from a fresh discovery on a component thread; the ports are reported
-  // when the answer comes back here. A component that cannot be created at the start ends the
-  // watch with exit 1.
+  // when the answer comes back here.
   void askKinds(const PortMap& ports, bool start) {
     startThread([this, ports, start] {
       std::vector<KnownPort> known;
       for (const auto& [number, path] : ports) known.push_back({{number, path}, {}});
-      bool created = false;
       try {
         auto component = createComponent();
-        created = true;
         std::lock_guard discovering(machine_.discovery());
         for (auto& p : known)
           if (p.port.number <= tov::MaxPorts)
@@ -115,14 +116,7 @@ class Watch {
       } catch (const std::exception& e) {
         std::cerr << errorText(e) << std::endl;
       }
-      owner_->post([this, known = std::move(known), start, created] {
-        if (start && !created) {
-          exitCode_ = 1;
-          stopRequested_ = true;
-        } else {
-          announce(known, start);
-        }
-      });
+      owner_->post([this, known = std::move(known), start] { announce(known, start); });
     });
   }
 
@@ -181,12 +175,17 @@ class Watch {
     }
   }
 
-  // Runs work on a component thread; its end comes back here, where the thread is joined and
-  // then ended runs.
+  // Runs work on a component thread, in an apartment of its own; its end comes back here, where
+  // the thread is joined and then ended runs.
   void startThread(std::function<void()> work, std::function<void()> ended = {}) {
     const int id = nextThread_++;
     threads_[id] = std::thread([this, id, work = std::move(work), ended = std::move(ended)] {
-      work();
+      try {
+        const ComponentApartment apartment;
+        work();
+      } catch (const std::exception& e) {
+        std::cerr << errorText(e) << std::endl;
+      }
       owner_->post([this, id, ended] {
         threads_.at(id).join();
         threads_.erase(id);
@@ -205,7 +204,6 @@ class Watch {
   bool started_ = false;            // the ports present at the start are reported
   bool detecting_ = false;
   bool stopRequested_ = false;
-  int exitCode_ = 0;
   std::atomic<bool> stopping_{false};  // read by the component threads
   std::map<int, std::thread> threads_;
   int nextThread_ = 0;

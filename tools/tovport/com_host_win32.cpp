@@ -10,22 +10,16 @@
 #include <windows.h>
 
 namespace tovport_cli {
-namespace {
 
-// The apartment of each thread that creates a component, entered at its first creation and left
-// when the thread ends.
-struct Apartment {
-  Apartment() {
-    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
-      throw std::runtime_error("COM could not be initialised on this thread");
-  }
-  ~Apartment() { CoUninitialize(); }
-};
+ComponentApartment::ComponentApartment() {
+  if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+    throw std::runtime_error("COM could not be initialised on this thread");
+}
 
-}  // namespace
+ComponentApartment::~ComponentApartment() { CoUninitialize(); }
 
 tov::automation::Ref<tov::automation::IDispatch> createComponent() {
-  thread_local Apartment apartment;
+  static ComponentApartment apartment;
   CLSID clsid{};
   if (FAILED(CLSIDFromProgID(L"tovport.tovComPrtv3", &clsid)))
     throw std::runtime_error("tovport.tovComPrtv3 is not registered; run regsvr32 tovport.dll first");
