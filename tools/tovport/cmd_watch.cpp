@@ -157,8 +157,7 @@ class Watch {
     const RequestScope scope{number == 0 ? Call::DetectAll : Call::DetectPort, number, {}};
     const auto finished = [&](IDispatch& component, const std::vector<HostEvent>& events) {
       if (options_.json) return;
-      printSummary(out, component, scope,
-                   events, number == 0 ? SummaryForm::Full : SummaryForm::AnswerOnly);
+      printSummary(out, component, scope, events, number == 0 ? SummaryForm::Full : SummaryForm::AnswerOnly);
       out << std::flush;
     };
     const auto request = [&](IDispatch& component) {
