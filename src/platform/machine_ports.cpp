@@ -200,6 +200,63 @@ void numberComPorts(std::vector<SerialPortDevice>& ports) {
   }
 }
 
+namespace {
+
+std::string identity(const SerialPortDevice& p) { return p.usbInterface.empty() ? p.name : "usb:" + p.usbInterface; }
+
+// The lowest number that is neither held nor avoided, else the lowest not held; 0 when all are held.
+int lowestFree(const std::set<int>& held, const std::set<int>& avoided) {
+  int fallback = 0;
+  for (int com = 1; com <= 255; ++com) {
+    if (held.count(com)) continue;
+    if (!avoided.count(com)) return com;
+    if (fallback == 0) fallback = com;
+  }
+  return fallback;
+}
+
+}  // namespace
+
+void ComPortNumbering::number(std::vector<SerialPortDevice>& ports) {
+  numberComPorts(ports);
+  std::set<int> held;
+  std::vector<bool> placed(ports.size());
+  // The ports still present keep their numbers first; then those that come back get theirs.
+  for (const bool stillPresent : {true, false}) {
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+      const std::string id = identity(ports[i]);
+      const auto seen = seen_.find(id);
+      if (placed[i] || seen == seen_.end() || present_.count(id) != static_cast<std::size_t>(stillPresent)) continue;
+      if (held.insert(seen->second).second) {
+        ports[i].com = seen->second;
+        placed[i] = true;
+      }
+    }
+  }
+  std::set<int> kept;  // the numbers of ports seen earlier and absent now
+  for (const auto& [id, com] : seen_)
+    if (!held.count(com)) kept.insert(com);
+  for (std::size_t i = 0; i < ports.size(); ++i) {
+    if (placed[i]) continue;
+    int& com = ports[i].com;
+    if (com == 0 || held.count(com) || kept.count(com)) com = lowestFree(held, kept);
+    if (com != 0) held.insert(com);
+  }
+  present_.clear();
+  for (const auto& p : ports) {
+    if (p.com == 0) continue;
+    seen_[identity(p)] = p.com;
+    present_.insert(identity(p));
+  }
+}
+
+int comNumber(std::string_view name) {
+  const bool prefixed = name.size() > 3 && (name[0] | 0x20) == 'c' && (name[1] | 0x20) == 'o' && (name[2] | 0x20) == 'm';
+  const long number = prefixed ? trailingNumber(name) : -1;
+  const bool plain = name.size() - 3 == std::to_string(number).size();  // no sign, no leading zero
+  return number >= 1 && number <= 255 && plain ? static_cast<int>(number) : 0;
+}
+
 void describeComPorts(Registry& registry, const std::vector<SerialPortDevice>& ports) {
   ViewWriter writer(registry);
   for (const auto& p : ports)
@@ -226,14 +283,13 @@ std::map<int, std::string> comPortPaths() {
     RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
     if (!data.empty() && data.back() == '\0') data.pop_back();
     const std::string_view text(name, nameSize);
-    const bool comName = text.size() > 3 && (text[0] | 0x20) == 'c' && (text[1] | 0x20) == 'o' && (text[2] | 0x20) == 'm';
-    const long port = comName ? trailingNumber(text) : -1;
-    if (port < 1 || port > 255 || text.size() - 3 != std::to_string(port).size() || type != REG_SZ) {
+    const int port = comNumber(text);
+    if (port == 0 || type != REG_SZ) {
       RegCloseKey(key);
       throw std::invalid_argument(std::string(kPortPathsKey) + ": \"" + std::string(text) +
                                   "\" must be a text value named COMn, n from 1 to 255");
     }
-    paths[static_cast<int>(port)] = data;
+    paths[port] = data;
   }
   RegCloseKey(key);
   return paths;

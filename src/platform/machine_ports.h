@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,25 @@ struct SerialPortDevice {
 // same numbers: a built-in ttySn is COM(n+1); the others follow from the number after the highest
 // built-in one, USB ports by USB path, then Bluetooth, infrared and the others by name.
 void numberComPorts(std::vector<SerialPortDevice>& ports);
+
+// The numbers of a machine whose ports come and go, scan after scan, as Windows keeps its COM port
+// database: a port keeps its number while present; a port that comes back gets its earlier number
+// again when no present port holds it; a new port gets the number numberComPorts gives it when
+// that is neither held nor kept for a port seen earlier, else the lowest such number (else the
+// lowest number not held). A USB port is known by its USB path, any other port by its name.
+class ComPortNumbering {
+ public:
+  // Sorts and numbers the ports of a fresh scan.
+  void number(std::vector<SerialPortDevice>& ports);
+
+ private:
+  std::map<std::string, int> seen_;  // every port numbered so far: its last number
+  std::set<std::string> present_;    // the ports of the last scan
+};
+
+// The n of a port name "COMn" (case-blind, n from 1 to 255 in plain decimal digits); 0 for any
+// other text.
+int comNumber(std::string_view name);
 
 // Writes the keys and values the system and the drivers would have for the numbered ports, and
 // each port's device and identity under kPortPathsKey. A console is listed as a serial device

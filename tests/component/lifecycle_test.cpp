@@ -31,17 +31,18 @@ TEST_F(Lifecycle, GComponentFollowsTheLastInstanceAndKeepsItAlive) {
   EXPECT_LT(ServerLifetime::objects(), before + 2);  // the first instance (and its connection point) ended
 }
 
-TEST_F(Lifecycle, GComponentIsPerThread) {
+TEST_F(Lifecycle, GComponentIsPerThreadAndEndsWithItsThread) {
   auto mine = tovComPrtv3::create();
+  const long before = ServerLifetime::objects();
   tovComPrtv3* theirs = nullptr;
   std::thread([&] {
-    auto other = tovComPrtv3::create();
+    tovComPrtv3::create();  // held by the thread's gComponent alone
     theirs = gComponent().get();
-    gComponent().reset();
   }).join();
   EXPECT_NE(theirs, nullptr);
   EXPECT_NE(theirs, mine.get());
   EXPECT_EQ(gComponent().get(), mine.get());
+  EXPECT_EQ(ServerLifetime::objects(), before) << "the ended thread's instance was released with it";
 }
 
 TEST_F(Lifecycle, DebugprintAcceptsAnythingAndWritesNothing) {

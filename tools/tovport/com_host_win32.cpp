@@ -10,21 +10,16 @@
 #include <windows.h>
 
 namespace tovport_cli {
-namespace {
 
-// The apartment of the host's thread, entered at the first creation and left at exit.
-struct Apartment {
-  Apartment() {
-    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
-      throw std::runtime_error("COM could not be initialised on this thread");
-  }
-  ~Apartment() { CoUninitialize(); }
-};
+ComponentApartment::ComponentApartment() {
+  if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+    throw std::runtime_error("COM could not be initialised on this thread");
+}
 
-}  // namespace
+ComponentApartment::~ComponentApartment() { CoUninitialize(); }
 
 tov::automation::Ref<tov::automation::IDispatch> createComponent() {
-  static Apartment apartment;
+  static ComponentApartment apartment;
   CLSID clsid{};
   if (FAILED(CLSIDFromProgID(L"tovport.tovComPrtv3", &clsid)))
     throw std::runtime_error("tovport.tovComPrtv3 is not registered; run regsvr32 tovport.dll first");

@@ -44,4 +44,8 @@ struct Registration {
 
 const std::vector<Command>& commands();
 
+// An error that ends a command, as the host reports it on stderr: "error N: description" for an
+// automation error of the component (N its number, or its HRESULT), "tovport: what" otherwise.
+std::string errorText(const std::exception& e);
+
 }  // namespace tovport_cli

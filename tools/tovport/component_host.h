@@ -7,6 +7,18 @@
 
 namespace tovport_cli {
 
+// The thread's apartment for components, entered for the object's lifetime: on Windows a
+// single-threaded COM apartment; nothing to enter on Linux. createComponent enters one, for the
+// life of the process, on the first thread that creates a component; any other thread that
+// creates components enters its own first.
+class ComponentApartment {
+ public:
+  ComponentApartment();
+  ~ComponentApartment();
+  ComponentApartment(const ComponentApartment&) = delete;
+  ComponentApartment& operator=(const ComponentApartment&) = delete;
+};
+
 tov::automation::Ref<tov::automation::IDispatch> createComponent();
 
 // Waits up to milliseconds for the thread's messages, then processes them: timer ticks, calls of

@@ -4,6 +4,9 @@
 
 namespace tovport_cli {
 
+ComponentApartment::ComponentApartment() = default;
+ComponentApartment::~ComponentApartment() = default;
+
 tov::automation::Ref<tov::automation::IDispatch> createComponent() {
   auto component = tov::tovComPrtv3::create();
   return tov::automation::Ref<tov::automation::IDispatch>(component.get());

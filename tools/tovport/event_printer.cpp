@@ -96,9 +96,9 @@ void EventPrinter::disconnect() {
   source_ = nullptr;
 }
 
-bool EventPrinter::awaitEnd(int timeoutSeconds) {
+bool EventPrinter::awaitEnd(int timeoutSeconds, const std::function<bool()>& abandon) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
-  while (!ended_ && std::chrono::steady_clock::now() < end) pumpMessages(100);
+  while (!ended_ && std::chrono::steady_clock::now() < end && !(abandon && abandon())) pumpMessages(100);
   // What is already queued still belongs to this thread's turn, and a timer left running would
   // tick within its longest period (300 ms): the host sees whatever comes after the end mark.
   for (int turn = 0; ended_ && turn < 3 && messagesPending(); ++turn) pumpMessages(100);
@@ -106,9 +106,9 @@ bool EventPrinter::awaitEnd(int timeoutSeconds) {
 }
 
 int runRequest(const HostOptions& options, const std::function<VariantBool(IDispatch&)>& request,
-               const RequestFinished& finished) {
+               const RequestFinished& finished, const RequestWait& wait) {
   auto component = createComponent();
-  auto printer = EventPrinter::connect(*component, std::cout, options.json);
+  auto printer = EventPrinter::connect(*component, wait.out ? *wait.out : std::cout, options.json);
   struct Disconnect {
     EventPrinter& printer;
     ~Disconnect() { printer.disconnect(); }
@@ -119,11 +119,12 @@ int runRequest(const HostOptions& options, const std::function<VariantBool(IDisp
                  " still pending)\n";
     return 1;
   }
-  if (printer->awaitEnd(options.timeoutSeconds)) {
+  if (printer->awaitEnd(options.timeoutSeconds, wait.abandon)) {
     if (finished) finished(*component, printer->events());
     return 0;
   }
   callByName(*component, u"KillThreads", {});
+  if (wait.abandon && wait.abandon()) return 3;
   std::cerr << "tovport: the request did not finish within " << options.timeoutSeconds
             << " s; every worker was stopped\n";
   return 3;

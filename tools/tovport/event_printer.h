@@ -49,8 +49,9 @@ class EventPrinter final : public tov::automation::EventSink {
   bool ended() const { return ended_; }
   // Every event received so far, in order.
   const std::vector<HostEvent>& events() const { return events_; }
-  // Pumps the thread's messages until the ending event has come or timeoutSeconds have passed.
-  bool awaitEnd(int timeoutSeconds);
+  // Pumps the thread's messages until the ending event has come, timeoutSeconds have passed or
+  // abandon (when given) answers true.
+  bool awaitEnd(int timeoutSeconds, const std::function<bool()>& abandon = {});
 
  protected:
   void onEvent(tov::automation::DISPID id, std::vector<tov::automation::Variant>& args) override;
@@ -68,12 +69,20 @@ class EventPrinter final : public tov::automation::EventSink {
   std::vector<HostEvent> events_;
 };
 
-// Runs one request the way a host does: creates the component on this thread, connects a printer
-// to stdout, makes the call, then pumps until the end mark. Returns the exit code: 0 after the end
-// mark, 1 when the request was refused, 3 (after KillThreads) when no end mark came in time.
+// Where a request's events are printed (stdout unless out is given), and whether to give up the
+// wait for its end mark early: when abandon answers true, every worker is stopped as after
+// --timeout, without a word.
+struct RequestWait {
+  std::ostream* out = nullptr;
+  std::function<bool()> abandon;
+};
+
+// Runs one request the way a host does: creates the component on this thread, connects a printer,
+// makes the call, then pumps until the end mark. Returns the exit code: 0 after the end mark, 1
+// when the request was refused, 3 (after KillThreads) when no end mark came in time.
 // finished, when given, runs after the end mark with the component and every event received.
 using RequestFinished = std::function<void(tov::automation::IDispatch&, const std::vector<HostEvent>&)>;
 int runRequest(const HostOptions& options, const std::function<VariantBool(tov::automation::IDispatch&)>& request,
-               const RequestFinished& finished = {});
+               const RequestFinished& finished = {}, const RequestWait& wait = {});
 
 }  // namespace tovport_cli

@@ -6,8 +6,10 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "command.h"
+#include "platform/machine_ports.h"
 
 namespace tovport_cli {
 
@@ -25,11 +27,27 @@ class HostPlatform {
   HostPlatform(const HostPlatform&) = delete;
   HostPlatform& operator=(const HostPlatform&) = delete;
 
+  // The platform the running command was given.
+  static HostPlatform& current();
+  // Linux, without --registry: replaces the view of the machine and the devices of its COM ports
+  // by those of ports at once (watch, as ports come and go). Nothing may read the registry meanwhile.
+  void describeMachine(const std::vector<tov::platform::SerialPortDevice>& ports);
+  // See withholdDevice; a new view keeps the port withheld.
+  void withhold(int port);
+
   struct Parts;
 
  private:
   std::unique_ptr<Parts> parts_;
 };
+
+// Linux, without --registry: the sysfs tree that describes the machine and the folder of its device
+// nodes, --sysfs and --dev or /sys and /dev; a folder given that does not exist is an InputError.
+struct MachineFolders {
+  std::string sysfs;
+  std::string dev;
+};
+MachineFolders machineFolders(const HostOptions& options);
 
 // Tells on stderr why COM port `port` (the device at path) may not be opened and what to do.
 void explainDeniedDevice(int port, const std::string& path);

@@ -15,22 +15,41 @@
 namespace tovport_cli {
 namespace {
 
-HostPlatform::Parts* installed = nullptr;  // the platform main() set up, for withholdDevice
-
 std::string existingDirectory(const std::optional<std::string>& given, const char* fallback, const char* option) {
   const std::string dir = given.value_or(fallback);
   if (given && !std::filesystem::is_directory(dir)) throw InputError(std::string(option) + ": no folder '" + dir + "'");
   return dir;
 }
 
+HostPlatform* currentPlatform = nullptr;
+
 }  // namespace
 
+MachineFolders machineFolders(const HostOptions& options) {
+  return {existingDirectory(options.sysfs, "/sys", "--sysfs"), existingDirectory(options.dev, "/dev", "--dev")};
+}
+
 struct HostPlatform::Parts {
-  tov::platform::Registry registry;
+  std::unique_ptr<tov::platform::Registry> registry = std::make_unique<tov::platform::Registry>();
   std::unique_ptr<tov::platform::ScopedRegistry> registryScope;
   tov::platform::PosixSerialBackend serial;  // declared before serialScope, so it outlives the installation
   std::unique_ptr<tov::platform::ScopedSerialBackend> serialScope;
   std::set<int> deniedPorts;  // each refused port is explained once
+  std::set<int> withheld;     // ports whose device the component may not open (withholdDevice)
+
+  // The devices follow the installed view's port key; numbers it no longer names have none.
+  void mapDevices() {
+    try {
+      const auto paths = tov::platform::comPortPaths();
+      for (int port = 1; port <= 255; ++port) {
+        const auto path = paths.find(port);
+        if (path == paths.end() || withheld.count(port)) serial.unmap(port);
+        else serial.map(port, path->second);
+      }
+    } catch (const std::invalid_argument& e) {
+      throw InputError(e.what());
+    }
+  }
 };
 
 // The view is the --registry files or, without them, this machine as sysfs describes it; either
@@ -38,40 +57,52 @@ struct HostPlatform::Parts {
 HostPlatform::HostPlatform(const HostOptions& options) : parts_(std::make_unique<Parts>()) {
   for (const auto& file : options.registryFiles) {
     try {
-      tov::platform::loadRegFile(parts_->registry, file);
+      tov::platform::loadRegFile(*parts_->registry, file);
     } catch (const tov::platform::RegFileError& e) {
       throw InputError(e.what());
     }
   }
   if (options.registryFiles.empty()) {
-    const std::string sysfs = existingDirectory(options.sysfs, "/sys", "--sysfs");
-    const std::string dev = existingDirectory(options.dev, "/dev", "--dev");
-    tov::platform::describeComPorts(parts_->registry, tov::platform::findSerialPorts(sysfs, dev));
+    const MachineFolders folders = machineFolders(options);
+    tov::platform::describeComPorts(*parts_->registry, tov::platform::findSerialPorts(folders.sysfs, folders.dev));
   }
-  for (const auto& [port, path] : options.maps) tov::platform::setComPortPath(parts_->registry, port, path);
-  parts_->registryScope = std::make_unique<tov::platform::ScopedRegistry>(parts_->registry);
+  for (const auto& [port, path] : options.maps) tov::platform::setComPortPath(*parts_->registry, port, path);
+  parts_->registryScope = std::make_unique<tov::platform::ScopedRegistry>(*parts_->registry);
   if (options.os) {
     const auto version = tov::platform::parseOsVersion(*options.os);
     if (!version) throw InputError("unknown --os '" + *options.os + "'; use one of " +
                                    std::string(tov::platform::osPresetNames()) + " or P.MAJOR.MINOR[:CSD]");
     tov::platform::setOsVersion(*version);
   }
-  try {
-    for (const auto& [port, path] : tov::platform::comPortPaths()) parts_->serial.map(port, path);
-  } catch (const std::invalid_argument& e) {
-    throw InputError(e.what());
-  }
+  parts_->mapDevices();
   parts_->serial.onPermissionDenied([parts = parts_.get()](int port, const std::string& path) {
     if (parts->deniedPorts.insert(port).second) explainDeniedDevice(port, path);
   });
   parts_->serialScope = std::make_unique<tov::platform::ScopedSerialBackend>(parts_->serial);
-  installed = parts_.get();
+  currentPlatform = this;
 }
 
-HostPlatform::~HostPlatform() { installed = nullptr; }
+HostPlatform::~HostPlatform() { currentPlatform = nullptr; }
+
+HostPlatform& HostPlatform::current() { return *currentPlatform; }
+
+// A new view takes the old one's place: the installation is undone and redone with it.
+void HostPlatform::describeMachine(const std::vector<tov::platform::SerialPortDevice>& ports) {
+  auto view = std::make_unique<tov::platform::Registry>();
+  tov::platform::describeComPorts(*view, ports);
+  parts_->registryScope.reset();
+  parts_->registryScope = std::make_unique<tov::platform::ScopedRegistry>(*view);
+  parts_->registry = std::move(view);
+  parts_->mapDevices();
+}
+
+void HostPlatform::withhold(int port) {
+  parts_->withheld.insert(port);
+  parts_->serial.unmap(port);
+}
 
 void withholdDevice(int port) {
-  if (installed != nullptr) installed->serial.unmap(port);
+  if (currentPlatform != nullptr) currentPlatform->withhold(port);
 }
 
 std::string deviceNodeState(const std::string& path) {

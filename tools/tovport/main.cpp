@@ -82,6 +82,17 @@ int parseMap(const std::string& text, std::string& path) {
 }  // namespace
 
 Registration::Registration(Command c) { registry().push_back(std::move(c)); }
+
+std::string errorText(const std::exception& e) {
+  if (const auto* runtime = dynamic_cast<const tov::automation::RuntimeError*>(&e))
+    return "error " + std::to_string(runtime->number()) + ": " + runtime->description();
+  if (const auto* dispatch = dynamic_cast<const tov::automation::DispatchError*>(&e)) {
+    char code[16];
+    std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(dispatch->hresult()));
+    return std::string("error ") + code + ": " + e.what();
+  }
+  return std::string("tovport: ") + e.what();
+}
 const std::vector<Command>& commands() { return registry(); }
 
 int run(const std::vector<std::string>& args) {
@@ -156,16 +167,8 @@ int main(int argc, char** argv) {
   } catch (const InputError& e) {
     std::cerr << "tovport: " << e.what() << "\n";
     return 2;
-  } catch (const tov::automation::RuntimeError& e) {
-    std::cerr << "error " << e.number() << ": " << e.description() << "\n";
-    return 1;
-  } catch (const tov::automation::DispatchError& e) {
-    char code[16];
-    std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(e.hresult()));
-    std::cerr << "error " << code << ": " << e.what() << "\n";
-    return 1;
   } catch (const std::exception& e) {
-    std::cerr << "tovport: " << e.what() << "\n";
+    std::cerr << errorText(e) << "\n";
     return 1;
   }
 }

@@ -75,8 +75,13 @@ std::set<int> listedPorts(const std::string& list) {
   return ports;
 }
 
+bool requestTests(const RequestScope& scope, int port, tov::ComPortType kind) {
+  return tested(scope, listedPorts(scope.list), port, kind);
+}
+
 void printSummary(std::ostream& out, IDispatch& component, const RequestScope& scope,
-                  const std::vector<HostEvent>& events) {
+                  const std::vector<HostEvent>& events, SummaryForm form) {
+  const bool full = form == SummaryForm::Full;
   const bool detection = isDetection(scope.call);
   const std::set<int> listed = listedPorts(scope.list);
   const std::map<int, Outcome> found = outcomes(events);
@@ -108,8 +113,8 @@ void printSummary(std::ostream& out, IDispatch& component, const RequestScope& s
     rows.push_back(text.erase(text.find_last_not_of(' ') + 1));
   }
 
-  out << "\n";
-  if (!rows.empty()) {
+  if (full) out << "\n";
+  if (full && !rows.empty()) {
     char header[80];
     std::snprintf(header, sizeof header, "%-6s %-20s %-24s %s", "port", "kind", "outcome", "model");
     out << header << "\n";
@@ -128,7 +133,7 @@ void printSummary(std::ostream& out, IDispatch& component, const RequestScope& s
   std::vector<std::string> counts;
   if (untested > 0) counts.push_back(plural(untested, "port", "ports") + " not tested");
   if (absent > 0) counts.push_back(plural(absent, "absent port", "absent ports"));
-  if (!counts.empty()) out << joined(counts) << "\n";
+  if (full && !counts.empty()) out << joined(counts) << "\n";
 }
 
 RequestFinished summaryUnlessJson(const HostOptions& options, RequestScope scope) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include <tovport/component/types.h>
 #include "event_printer.h"
 
 namespace tovport_cli {
@@ -26,9 +27,14 @@ struct RequestScope {
 // entries that are no number are left out.
 std::set<int> listedPorts(const std::string& list);
 
-// The summary of a finished request; the kinds come from the component's port table.
+// Whether the request tests a port of the kind given, as the component decides it.
+bool requestTests(const RequestScope& scope, int port, tov::ComPortType kind);
+
+// The summary of a finished request, or its answer line alone; the kinds come from the
+// component's port table.
+enum class SummaryForm { Full, AnswerOnly };
 void printSummary(std::ostream& out, tov::automation::IDispatch& component, const RequestScope& scope,
-                  const std::vector<HostEvent>& events);
+                  const std::vector<HostEvent>& events, SummaryForm form = SummaryForm::Full);
 
 // Prints the summary to stdout after the end mark, unless the host prints JSON (whose lines are
 // events only, for scripts to parse).
