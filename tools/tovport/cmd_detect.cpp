@@ -66,7 +66,7 @@ int runTest(const HostOptions& options, const std::vector<std::string>& args) {
   return runRequest(options, [](IDispatch& c) { return toBool(callByName(c, u"TestAllPorts", {})); });
 }
 
-const Registration detect{
+const Registration detectCommand{
     {"detect", "detect [--port N | --list LIST]",
      "Looks for BenQ-Siemens phones: on every port the discovery finds testable, on port N\n"
      "alone, or on the ports of LIST (numbers separated by ';', as in \"1;3;12\"). Prints every\n"
@@ -74,7 +74,7 @@ const Registration detect{
      "request was refused, 3 when it did not finish within --timeout.",
      runDetect}};
 
-const Registration test{
+const Registration testCommand{
     {"test", "test [--port N]",
      "Tests whether COM ports can be opened: all 32, or port N alone. Prints every\n"
      "PortAvailable event as it comes; exits 0 after the last port has reported, 1 when the\n"

@@ -9,8 +9,8 @@
 #include "command.h"
 #include <tovport/component/types.h>
 #include "component_host.h"
+#include "event_printer.h"
 #include <tovport/component/tovcomprtv3.h>
-#include "component/type_library.h"
 #include "discovery/port_table.h"
 #include "host_platform.h"
 #include "platform/machine_ports.h"
@@ -19,16 +19,6 @@
 
 namespace tovport_cli {
 namespace {
-
-// "cptSerial" for cptSerial, from the type library's enum.
-std::string memberName(std::int32_t kind) {
-  const auto& enums = tov::typeLibrary().enums;
-  const auto type = std::find_if(enums.begin(), enums.end(), [](const auto& e) { return e.name == "ComPortType"; });
-  if (type != enums.end())
-    for (const auto& [name, value] : type->members)
-      if (value == kind) return std::string(name);
-  return std::to_string(kind);
-}
 
 struct Row {
   std::string port, type, name, path;
@@ -75,11 +65,11 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
     const std::string display = tov::automation::toUtf8(tov::discovery::portTypeName(kind));
     const auto path = paths.find(port);
     if (json) {
-      std::cout << "{\"PortNr\":" << port << ",\"type\":" << jsonString(memberName(kind))
+      std::cout << "{\"PortNr\":" << port << ",\"type\":" << jsonString(memberName("ComPortType", kind))
                 << ",\"name\":" << jsonString(display)
                 << ",\"path\":" << (path == paths.end() ? "null" : jsonString(path->second)) << "}\n";
     } else if (kind != tov::cptNone || path != paths.end()) {
-      rows.push_back({"COM" + std::to_string(port), memberName(kind), display,
+      rows.push_back({"COM" + std::to_string(port), memberName("ComPortType", kind), display,
                       path == paths.end() ? "-" : path->second});
     }
     if (path != paths.end()) explainIfDenied(port, path->second);
@@ -91,7 +81,7 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
   return 0;
 }
 
-const Registration registration{
+const Registration portsCommand{
     {"ports", "ports [--json] [--registry-dump]",
      "Runs port discovery on the registry view and system version given and prints every COM\n"
      "port 1 to 32 that exists or has a device: name, kind, the kind's display name and the\n"
