@@ -33,6 +33,7 @@ option(TOVPORT_WINDOWS_TESTS "Build the unit tests as a Windows program (run und
 if(TOVPORT_WINDOWS_TESTS)
   include(${PROJECT_SOURCE_DIR}/cmake/windows-tests.cmake)
 endif()
+include(${PROJECT_SOURCE_DIR}/cmake/windows-version.cmake)
 
 # The Windows backends compile alone, outside the combined units: the macros of <windows.h>
 # (ERROR_SUCCESS, SendMessage, ...) would rename the component's own names in the units after them.
