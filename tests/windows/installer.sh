@@ -54,7 +54,7 @@ install() {
   local paths=() versions
   for f in "${files[@]}"; do paths+=("$install_dir\\${f//\//\\}"); done
   versions=$("$wine" cscript //nologo "$(winpath "$here/file_version.vbs")" "${paths[@]}" | tr -d '\r' | xargs)
-  want=$(printf "$version.0 %.0s" "${files[@]}" | xargs)
+  want=$(for f in "${files[@]}"; do echo "$version.0"; done | xargs)
   [[ $versions == "$want" ]] || fail "file versions of ${files[*]}: $versions, not $want"
   got=$("$wine" "$install_dir\\tovport.exe" --version | tr -d '\r')
   [[ $got == "tovport $version" ]] || fail "tovport.exe --version: $got"
