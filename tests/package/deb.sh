@@ -32,9 +32,11 @@ cleanup() {
   "${SUDO[@]}" dpkg --purge tovport-dev tovport >/dev/null 2>&1 || true
   rm -rf "$tmp"
 }
-# Other clones on this machine install the same packages: one at a time.
-exec 9>/tmp/tovport-deb-test.lock
-flock -w 900 9 || fail "another package test holds /tmp/tovport-deb-test.lock"
+# Other clones on this machine, of any user, install the same packages: one at a time.
+lock=/tmp/tovport-deb-test.lock
+[ -e "$lock" ] || (umask 0 && : >"$lock")
+exec 9<"$lock"
+flock -w 900 9 || fail "another package test holds $lock"
 trap cleanup EXIT
 "${SUDO[@]}" dpkg --purge tovport-dev tovport >/dev/null 2>&1 || true
 
