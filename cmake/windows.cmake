@@ -33,3 +33,14 @@ option(TOVPORT_WINDOWS_TESTS "Build the unit tests as a Windows program (run und
 if(TOVPORT_WINDOWS_TESTS)
   include(${PROJECT_SOURCE_DIR}/cmake/windows-tests.cmake)
 endif()
+include(${PROJECT_SOURCE_DIR}/cmake/windows-version.cmake)
+
+# The Windows backends compile alone, outside the combined units: the macros of <windows.h>
+# (ERROR_SUCCESS, SendMessage, ...) would rename the component's own names in the units after them.
+foreach(target tovport_objects tovport-cli tovport_tests)
+  if(TARGET ${target})
+    get_target_property(sources ${target} SOURCES)
+    list(FILTER sources INCLUDE REGEX "(/win32/|_win32(_test)?\\.cpp$)")
+    set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
+endforeach()

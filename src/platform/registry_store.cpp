@@ -90,7 +90,7 @@ void appendKey(std::string& out, const RegKeyNode& key, const std::string& path,
   for (const auto& child : key.children) appendKey(out, *child, path + '\\' + child->name, false);
 }
 
-std::atomic<Registry*> installed{nullptr};
+std::atomic<Registry*> installedRegistry{nullptr};
 
 }  // namespace
 
@@ -182,13 +182,13 @@ std::string Registry::dump() const {
 
 Registry& registry() {
   static Registry processRegistry;
-  Registry* r = installed.load();
+  Registry* r = installedRegistry.load();
   return r != nullptr ? *r : processRegistry;
 }
 
-bool registryInstalled() { return installed.load() != nullptr; }
+bool registryInstalled() { return installedRegistry.load() != nullptr; }
 
-ScopedRegistry::ScopedRegistry(Registry& r) : previous_(installed.exchange(&r)) {}
-ScopedRegistry::~ScopedRegistry() { installed.store(previous_); }
+ScopedRegistry::ScopedRegistry(Registry& r) : previous_(installedRegistry.exchange(&r)) {}
+ScopedRegistry::~ScopedRegistry() { installedRegistry.store(previous_); }
 
 }  // namespace tov::platform

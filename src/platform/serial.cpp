@@ -14,7 +14,7 @@
 namespace tov::platform {
 namespace {
 
-std::atomic<SerialBackend*> installed{nullptr};  // none: the system's devices
+std::atomic<SerialBackend*> installedBackend{nullptr};  // none: the system's devices
 
 struct OpenDevice {
   std::shared_ptr<SerialDevice> device;
@@ -111,11 +111,11 @@ std::optional<int> comPortNumber(const char* name) {
 }  // namespace
 
 SerialBackend& serialBackend() {
-  SerialBackend* b = installed.load();
+  SerialBackend* b = installedBackend.load();
   return b != nullptr ? *b : systemSerialBackend();
 }
-ScopedSerialBackend::ScopedSerialBackend(SerialBackend& b) : previous_(installed.exchange(&b)) {}
-ScopedSerialBackend::~ScopedSerialBackend() { installed.store(previous_); }
+ScopedSerialBackend::ScopedSerialBackend(SerialBackend& b) : previous_(installedBackend.exchange(&b)) {}
+ScopedSerialBackend::~ScopedSerialBackend() { installedBackend.store(previous_); }
 
 // Serial devices are exclusive whatever the share mode asks for, as with the system's serial
 // driver: a port that has a handle in this process is busy here, other programs are the

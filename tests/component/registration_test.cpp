@@ -43,7 +43,7 @@ TEST(Registration, SharedKeysGoOnlyWhenTheOtherWidthDoesNotNeedThem) {
       {{false, true}, {file, kProgId}},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "other class " << c.other.classRegistered << ", type library "
+    SCOPED_TRACE(::testing::Message() << "other class " << c.other.classRegistered << ", type library "
                                     << c.other.typeLibRegistered);
     EXPECT_EQ(sharedKeysToRemove(Width::Bits64, c.other), c.removed);
   }

@@ -48,7 +48,7 @@ int runCall(const HostOptions& options, const std::vector<std::string>& args) {
   return 0;
 }
 
-const Registration registration{{"call", "call METHOD [ARG...]",
+const Registration callCommand{{"call", "call METHOD [ARG...]",
                                  "Creates the component and calls METHOD by name (case-blind) with the\n"
                                  "arguments: whole numbers, True/False, anything else as text. Prints the\n"
                                  "result, then NAME = VALUE for every by-reference parameter that the call\nchanged.",

@@ -31,7 +31,7 @@ int runDemo(const HostOptions& options, const std::vector<std::string>& args) {
       summaryUnlessJson(options, {RequestScope::Call::DetectAll, 0, {}}));
 }
 
-const Registration registration{
+const Registration demoCommand{
     {"demo", "demo [--list]",
      "Runs the whole job on a simulated PC (Windows XP SP2; COM1 serial, COM3 USB with an S65,\n"
      "COM4 infrared with an SL75, COM5 Bluetooth, silent, COM6 Bluetooth incoming, COM8\n"

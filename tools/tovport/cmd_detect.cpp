@@ -107,7 +107,7 @@ int runTest(const HostOptions& options, const std::vector<std::string>& args) {
       summaryUnlessJson(options, {Call::TestAll, 0, {}}));
 }
 
-const Registration detect{
+const Registration detectCommand{
     {"detect", "detect [--port N | --list LIST]",
      "Looks for BenQ-Siemens phones: on every port the discovery finds testable, on port N\n"
      "alone, or on the ports of LIST (numbers separated by ';', as in \"1;3;12\"). The system\n"
@@ -117,7 +117,7 @@ const Registration detect{
      "3 when it did not finish within --timeout.",
      runDetect}};
 
-const Registration test{
+const Registration testCommand{
     {"test", "test [--port N]",
      "Tests whether COM ports can be opened: all 32 (the system console's port is left closed\n"
      "and reported not available, with a note on stderr), or port N alone. Prints every\n"

@@ -9,8 +9,8 @@
 #include "command.h"
 #include <tovport/component/types.h>
 #include "component_host.h"
+#include "event_printer.h"
 #include <tovport/component/tovcomprtv3.h>
-#include "component/type_library.h"
 #include "discovery/port_table.h"
 #include "host_platform.h"
 #include "platform/machine_ports.h"
@@ -22,16 +22,6 @@ namespace {
 
 using tov::platform::SerialKind;
 using tov::platform::SerialPortDevice;
-
-// "cptSerial" for cptSerial, from the type library's enum.
-std::string memberName(std::int32_t kind) {
-  const auto& enums = tov::typeLibrary().enums;
-  const auto type = std::find_if(enums.begin(), enums.end(), [](const auto& e) { return e.name == "ComPortType"; });
-  if (type != enums.end())
-    for (const auto& [name, value] : type->members)
-      if (value == kind) return std::string(name);
-  return std::to_string(kind);
-}
 
 std::string hex(unsigned value, int digits) {
   char text[16];
@@ -152,14 +142,14 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
     const SerialPortDevice* device = found == devices.end() ? nullptr : &found->second;
     const std::string node = device != nullptr ? deviceNodeState(device->path) : "";
     if (json) {
-      std::cout << "{\"PortNr\":" << port << ",\"type\":" << jsonString(memberName(kind))
+      std::cout << "{\"PortNr\":" << port << ",\"type\":" << jsonString(memberName("ComPortType", kind))
                 << ",\"name\":" << jsonString(display) << ",\"path\":" << (device ? jsonString(device->path) : "null")
                 << ",\"node\":" << jsonText(node) << ",\"console\":" << (device && device->console ? "true" : "false")
                 << ",\"driver\":" << (device ? jsonText(device->driver) : "null")
                 << ",\"usb\":" << (device && device->kind == SerialKind::Usb ? jsonUsb(*device) : "null")
                 << ",\"byId\":" << (device ? jsonText(device->byId) : "null") << "}\n";
     } else if (kind != tov::cptNone || device != nullptr) {
-      rows.push_back(tableRow("COM" + std::to_string(port), memberName(kind), display, device ? device->path : "-",
+      rows.push_back(tableRow("COM" + std::to_string(port), memberName("ComPortType", kind), display, device ? device->path : "-",
                               notes(device, node), device));
     }
     if (device != nullptr) explainIfDenied(port, device->path);
@@ -171,7 +161,7 @@ int runPorts(const HostOptions& options, const std::vector<std::string>& args) {
   return 0;
 }
 
-const Registration registration{
+const Registration portsCommand{
     {"ports", "ports [--json] [--registry-dump]",
      "Runs port discovery on the registry view and system version given and prints every COM\n"
      "port 1 to 32 that exists or has a device: name, kind, the kind's display name, the device\n"

@@ -51,7 +51,7 @@ int runSend(const HostOptions& options, const std::vector<std::string>& args) {
   return printer->events().back().id == 2 ? 0 : 1;  // MsgReceived, or MsgTimeout
 }
 
-const Registration registration{{"send", "send PORT TEXT",
+const Registration sendCommand{{"send", "send PORT TEXT",
                                  "Opens COM port PORT as the detection does (57600 baud, RTS and DTR raised),\n"
                                  "sends TEXT followed by a carriage return and prints how the exchange ended:\n"
                                  "MsgReceived with the first chunk of the answer (exit 0) or MsgTimeout when\n"

@@ -217,7 +217,7 @@ int runWatch(const HostOptions& options, const std::vector<std::string>& args) {
   return Watch(options, detect).run();
 }
 
-const Registration registration{
+const Registration watchCommand{
     {"watch", "watch [--no-detect]",
      "Follows the machine's COM ports until SIGINT or SIGTERM (Ctrl-C), then exits 0. Reports\n"
      "every port present at the start (PortAdded, with its kind) and runs DetectAllDevices over\n"

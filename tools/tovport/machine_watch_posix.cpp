@@ -24,10 +24,11 @@
 #include <tovport/platform/message_queue.h>
 
 namespace tovport_cli {
-namespace {
 
 namespace fs = std::filesystem;
 
+// A descriptor owned for the watch's lifetime (outside the unnamed namespace: PortNotices::Waiter
+// holds them).
 class Descriptor {
  public:
   explicit Descriptor(int fd, const std::string& what) : fd_(fd) {
@@ -47,6 +48,8 @@ class Descriptor {
  private:
   int fd_;
 };
+
+namespace {
 
 sigset_t stopSignals() {
   sigset_t signals;
