@@ -1,22 +1,31 @@
 #include "component/mod_public.h"
 
+#include <utility>
+
 #include "component/debug_log.h"
 #include <tovport/component/tovcomprtv3.h>
+#include "platform/thread_state.h"
 
 namespace tov {
 namespace {
-thread_local LogObserver logObserver;
-}
 
-automation::Ref<tovComPrtv3>& gComponent() {
-  thread_local automation::Ref<tovComPrtv3> component;
-  return component;
-}
+// The apartment's module state. The instance is released first when the thread ends, while the
+// observer of its log still listens.
+struct ModuleState {
+  LogObserver logObserver;
+  automation::Ref<tovComPrtv3> component;
+};
 
-LogObserver observeLog(LogObserver observer) { return std::exchange(logObserver, std::move(observer)); }
+ModuleState& moduleState() { return platform::threadState<ModuleState>(); }
+
+}  // namespace
+
+automation::Ref<tovComPrtv3>& gComponent() { return moduleState().component; }
+
+LogObserver observeLog(LogObserver observer) { return std::exchange(moduleState().logObserver, std::move(observer)); }
 
 void notifyLogObserver(const std::u16string& text) {
-  if (logObserver) logObserver(text);
+  if (const LogObserver& observer = moduleState().logObserver) observer(text);
 }
 
 }  // namespace tov
