@@ -28,7 +28,8 @@ target_link_options(tovport_tests PRIVATE ${TOVPORT_STATIC_RUNTIME})
 # Host programs of the registered server, run by the Windows stage (tests/windows/ole_boundary.sh)
 # where the build runs its programs: an early-bound client of the generated header, a VB-style
 # event host, a caller from another apartment, the type library read back against the interface
-# table, and the 32-bit server's registration done from a 64-bit process.
+# table, and the 32-bit server's registration done from a 64-bit process. With them, a program
+# that crashes on purpose (scripts/test-windows).
 if(TARGET tovport_com_header)
   set(TOVPORT_HOSTS early_bound event_host other_apartment type_library_check register_width)
   foreach(host ${TOVPORT_HOSTS})
@@ -47,5 +48,10 @@ if(TARGET tovport_com_header)
   foreach(name tovport-early-bound tovport-event-host tovport-other-apartment)
     target_link_libraries(${name} PRIVATE ole32 oleaut32 uuid)
   endforeach()
+  # The stage proves with it that a program that crashes fails its step.
+  add_executable(tovport-crash ${TOVPORT_TEST_DIR}/windows/crash.cpp)
+  target_compile_options(tovport-crash PRIVATE ${TOVPORT_WARNINGS})
+  target_link_options(tovport-crash PRIVATE ${TOVPORT_STATIC_RUNTIME})
+  list(APPEND TOVPORT_HOST_TARGETS tovport-crash)
   add_custom_target(tovport_windows_hosts DEPENDS ${TOVPORT_HOST_TARGETS})
 endif()

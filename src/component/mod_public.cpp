@@ -1,35 +1,22 @@
 #include "component/mod_public.h"
 
-#include <pthread.h>
+#include <utility>
 
 #include "component/debug_log.h"
 #include <tovport/component/tovcomprtv3.h>
+#include "platform/thread_state.h"
 
 namespace tov {
 namespace {
 
-// The module state of the thread. It lives on the heap behind a thread-specific key whose
-// destructor receives it when the thread ends: a thread_local object with a destructor is not
-// safe at thread exit under mingw's emulated TLS, where its storage may be freed before the
-// destructor runs (a component thread that ends would release its instance from freed memory).
+// The apartment's module state. The instance is released first when the thread ends, while the
+// observer of its log still listens.
 struct ModuleState {
-  automation::Ref<tovComPrtv3> component;
   LogObserver logObserver;
+  automation::Ref<tovComPrtv3> component;
 };
 
-ModuleState& moduleState() {
-  static const pthread_key_t key = [] {
-    pthread_key_t k;
-    pthread_key_create(&k, [](void* state) { delete static_cast<ModuleState*>(state); });
-    return k;
-  }();
-  auto* state = static_cast<ModuleState*>(pthread_getspecific(key));
-  if (state == nullptr) {
-    state = new ModuleState;
-    pthread_setspecific(key, state);
-  }
-  return *state;
-}
+ModuleState& moduleState() { return platform::threadState<ModuleState>(); }
 
 }  // namespace
 

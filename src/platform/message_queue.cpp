@@ -6,10 +6,13 @@
 #include <atomic>
 #include <limits>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "platform/clock.h"
 #include "platform/last_error.h"
 #include "platform/message_queue_system.h"
+#include "platform/thread_state.h"
 
 namespace tov::platform {
 namespace {
@@ -48,49 +51,86 @@ DWORD newThreadId() {
   return id;
 }
 
-// The thread's id and queue. The queue is closed when the thread ends, so that posts from
-// elsewhere fail instead of waiting forever for a pump that will not come. The holder lives on
-// the heap behind a thread-specific key whose destructor receives it directly: a thread_local
-// object with a destructor is not safe at thread exit under mingw's emulated TLS, where its
-// storage may be freed before the destructor runs.
-struct ThreadQueue {
-  DWORD id;
+// The thread's record: its id and queue, made on first use, and the parts of its state
+// (thread_state.h). It lives on the heap behind a thread-specific key whose destructor receives
+// it directly and ends it on the thread: the state first, then the queue, which is closed so that
+// posts from elsewhere fail instead of waiting forever for a pump that will not come.
+struct ThreadRecord {
+  DWORD id = 0;
   std::shared_ptr<MessageQueue> queue;
+  std::vector<std::pair<const void*, std::unique_ptr<ThreadStatePart>>> parts;
 };
 
-pthread_key_t threadQueueKey() {
+void endThread(void* record);
+
+pthread_key_t recordKey() {
   static const pthread_key_t key = [] {
     pthread_key_t k;
-    pthread_key_create(&k, [](void* holder) {
-      auto* h = static_cast<ThreadQueue*>(holder);
-      directory().remove(h->id);
-      h->queue->close();
-      delete h;
-    });
+    pthread_key_create(&k, endThread);
     return k;
   }();
   return key;
 }
 
+ThreadRecord& threadRecord() {
+  auto* record = static_cast<ThreadRecord*>(pthread_getspecific(recordKey()));
+  if (record == nullptr) {
+    record = new ThreadRecord;
+    pthread_setspecific(recordKey(), record);
+  }
+  return *record;
+}
+
+// The parts go one at a time, the one made last first; a destructor may still reach the
+// thread's state, and may even make a part, which then ends too.
+void endParts(ThreadRecord& record) {
+  while (!record.parts.empty()) {
+    std::unique_ptr<ThreadStatePart> part = std::move(record.parts.back().second);
+    record.parts.pop_back();
+    part.reset();
+  }
+}
+
+void endThread(void* p) {
+  auto* record = static_cast<ThreadRecord*>(p);
+  if (record == nullptr) return;  // winpthreads calls again for a value set back to null
+  // The key was cleared before this call; what runs from here on still finds the record.
+  pthread_setspecific(recordKey(), record);
+  endParts(*record);
+  if (record->queue) {
+    directory().remove(record->id);
+    record->queue->close();  // drops the posted calls, and what they held
+  }
+  endParts(*record);
+  pthread_setspecific(recordKey(), nullptr);
+  delete record;
+}
+
 }  // namespace
+
+ThreadStatePart& threadStatePart(const void* tag, std::unique_ptr<ThreadStatePart> (*make)()) {
+  ThreadRecord& record = threadRecord();
+  for (auto& [partTag, part] : record.parts)
+    if (partTag == tag) return *part;
+  std::unique_ptr<ThreadStatePart> made = make();  // may itself reach the thread's state
+  ThreadStatePart& part = *made;
+  record.parts.emplace_back(tag, std::move(made));
+  return part;
+}
 
 MessageQueue::MessageQueue() = default;
 MessageQueue::~MessageQueue() = default;
 
-static ThreadQueue& threadQueue() {
-  MessageQueue::current();
-  return *static_cast<ThreadQueue*>(pthread_getspecific(threadQueueKey()));
-}
-
 std::shared_ptr<MessageQueue> MessageQueue::current() {
-  auto* holder = static_cast<ThreadQueue*>(pthread_getspecific(threadQueueKey()));
-  if (holder == nullptr) {
-    holder = new ThreadQueue{newThreadId(), std::make_shared<MessageQueue>()};
-    holder->queue->system_ = SystemQueue::attach(*holder->queue);
-    directory().add(holder->id, holder->queue);
-    pthread_setspecific(threadQueueKey(), holder);
+  ThreadRecord& record = threadRecord();
+  if (!record.queue) {
+    auto queue = std::make_shared<MessageQueue>();
+    queue->system_ = SystemQueue::attach(*queue);
+    record.id = newThreadId();
+    record.queue = queue;
+    directory().add(record.id, queue);
   }
-  return holder->queue;
+  return record.queue;
 }
 
 bool MessageQueue::systemServes() const { return system_ != nullptr && !clock().isManual(); }
@@ -233,7 +273,10 @@ BOOL KillTimer(HWND hwnd, UINT_PTR id) {
   return TRUE;
 }
 
-DWORD GetCurrentThreadId() { return threadQueue().id; }
+DWORD GetCurrentThreadId() {
+  MessageQueue::current();
+  return threadRecord().id;
+}
 
 BOOL PostThreadMessage(DWORD idThread, UINT Msg, WPARAM, LPARAM lParam) {
   auto* call = reinterpret_cast<ThreadCall*>(lParam);

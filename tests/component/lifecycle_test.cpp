@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
 
 #include <tovport/automation/dispatch.h>
@@ -43,6 +44,18 @@ TEST_F(Lifecycle, GComponentIsPerThreadAndEndsWithItsThread) {
   EXPECT_NE(theirs, mine.get());
   EXPECT_EQ(gComponent().get(), mine.get());
   EXPECT_EQ(ServerLifetime::objects(), before) << "the ended thread's instance was released with it";
+}
+
+TEST_F(Lifecycle, AnEndedThreadLetsGoOfItsInstanceAndItsLogObserver) {
+  Ref<tovComPrtv3> kept;
+  auto token = std::make_shared<int>(0);
+  std::thread([&] {
+    kept = tovComPrtv3::create();
+    observeLog([token](const std::u16string&) {});
+  }).join();
+  ASSERT_TRUE(kept);
+  EXPECT_EQ(kept->refCount(), 1u);   // only ours: the thread's gComponent let go
+  EXPECT_EQ(token.use_count(), 1);  // and its observer is gone
 }
 
 TEST_F(Lifecycle, DebugprintAcceptsAnythingAndWritesNothing) {
